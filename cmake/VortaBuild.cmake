@@ -1,0 +1,111 @@
+# What every target of the project shares: warnings, sanitizers, optimisation, and the functions that
+# declare libraries, tests and benchmarks.
+
+include(GenerateExportHeader)
+include(GoogleTest)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env "CCACHE_SLOPPINESS=pch_defines,time_macros" ${CCACHE_PROGRAM})
+endif()
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+set(VORTA_SANITIZE "" CACHE STRING "Sanitizers to build with, for instance address,undefined")
+
+add_library(vorta_build INTERFACE)
+add_library(Vorta::build ALIAS vorta_build)
+target_compile_options(vorta_build INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align
+  -Wcast-qual -Wconversion -Wsign-conversion -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
+  -Wundef -Wvla -Wmissing-declarations -Wredundant-decls -Wzero-as-null-pointer-constant -Wswitch-enum
+  -Wdeprecated-copy-dtor -Wsuggest-override -Wunused -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(vorta_build INTERFACE -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
+endif()
+if(VORTA_SANITIZE)
+  target_compile_options(vorta_build INTERFACE -fsanitize=${VORTA_SANITIZE} -fno-omit-frame-pointer
+                                               -fno-sanitize-recover=all)
+  target_link_options(vorta_build INTERFACE -fsanitize=${VORTA_SANITIZE})
+  # The sanitizers' own instrumentation makes these two fire on correct code.
+  target_compile_options(vorta_build INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
+endif()
+
+# Qt as we use it: no implicit text conversions, nothing deprecated.
+add_library(vorta_qt INTERFACE)
+add_library(Vorta::qt ALIAS vorta_qt)
+target_compile_definitions(vorta_qt INTERFACE
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH QT_NO_KEYWORDS
+  QT_NO_JAVA_STYLE_ITERATORS QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
+  QT_USE_QSTRINGBUILDER QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
+target_link_libraries(vorta_qt INTERFACE Qt5::Core)
+
+# Third-party headers that are not ours to warn about.
+add_library(vorta_opencv INTERFACE)
+add_library(Vorta::opencv ALIAS vorta_opencv)
+target_include_directories(vorta_opencv SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
+target_link_libraries(vorta_opencv INTERFACE opencv_core opencv_imgproc opencv_imgcodecs)
+
+# vorta_shared_library(<Name> FOLDER <folder> SOURCES ...)
+#
+# One library of the SDK: target and file <Name>, alias Vorta::<folder>, public headers below include/, with a
+# generated export header vorta/<folder>/export.h that defines VORTA_<FOLDER>_EXPORT.
+function(vorta_shared_library name)
+  cmake_parse_arguments(arg "" "FOLDER" "SOURCES" ${ARGN})
+  string(TOUPPER ${arg_FOLDER} upper)
+  add_library(${name} SHARED ${arg_SOURCES})
+  add_library(Vorta::${arg_FOLDER} ALIAS ${name})
+  generate_export_header(${name} BASE_NAME VORTA_${upper}
+    EXPORT_FILE_NAME ${CMAKE_CURRENT_BINARY_DIR}/include/vorta/${arg_FOLDER}/export.h)
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(${name} PRIVATE Vorta::build)
+endfunction()
+
+# vorta_studio_library(<folder> SOURCES ...)
+#
+# One folder of the application as a static library with alias Vorta::<folder>; its headers are included as
+# "<folder>/<file>.h" with studio/ as the root.
+function(vorta_studio_library folder)
+  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  add_library(studio_${folder} STATIC ${arg_SOURCES})
+  add_library(Vorta::${folder} ALIAS studio_${folder})
+  target_include_directories(studio_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/studio)
+  target_link_libraries(studio_${folder} PRIVATE Vorta::build)
+endfunction()
+
+# vorta_test(<name> SOURCES ... LIBRARIES ... [SCREEN] [TIMEOUT seconds])
+#
+# A GoogleTest program. SCREEN marks tests that open windows: they run one at a time on the X server that the
+# environment names.
+function(vorta_test name)
+  cmake_parse_arguments(arg "SCREEN" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE Vorta::build ${arg_LIBRARIES} GTest::gmock)
+  target_compile_definitions(${name} PRIVATE VORTA_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+                                             VORTA_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+  set(properties TIMEOUT ${arg_TIMEOUT})
+  if(arg_SCREEN)
+    target_link_libraries(${name} PRIVATE Vorta::testsupport_screen)
+    list(APPEND properties RESOURCE_LOCK screen LABELS screen)
+  else()
+    target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+endfunction()
+
+# vorta_bench(<name> SOURCES ... LIBRARIES ...)
+function(vorta_bench name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE Vorta::build ${arg_LIBRARIES} benchmark::benchmark)
+endfunction()
