@@ -1,0 +1,81 @@
+#pragma once
+
+#include "vorta/common/pointcloud.h"
+#include "vorta/driver/calibration.h"
+#include "vorta/driver/driver.h"
+#include "vorta/driver/imagestack.h"
+#include "vorta/reconstruction/sequence.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace Vorta::Reconstruction {
+
+/// What stays the same from capture to capture.
+struct ReconstructorOptions {
+    Driver::BayerLayout bayerLayout = Driver::BayerLayout::BGGR;
+    std::size_t threads = 0; ///< threads that compute, the caller included; 0 = one per core
+
+    /// The vector code and the plain C++ beside it give the same bytes; the latter is there to check the former.
+    enum class Arithmetic : std::uint8_t { Vectorised, Reference };
+    Arithmetic arithmetic = Arithmetic::Vectorised;
+};
+
+/// What may change with every capture.
+struct Parameters {
+    double minModulation = 5.0;    ///< grey levels; points whose modulation is below are invalid
+    double minBitDifference = 3.0; ///< grey levels, 1 to 255; a pattern and its inverse closer than this are no bit
+    std::uint8_t saturationLevel = 255; ///< grey level from which a pixel counts as saturated
+    bool rejectSaturated = true;        ///< whether points with a saturated phase image are invalid
+    double redBalance = 1.0;            ///< gain of the red channel, 0 to 64
+    double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 64
+    double blackLevel = 0.0;            ///< grey level of an unlit pixel, 0 to 255; subtracted from the colour
+};
+
+/// Turns the raw images of one capture into an organised point cloud.
+///
+/// Each pixel is decoded on the mosaic itself (the light is white, so every colour channel carries the pattern): four
+/// phase steps give modulation and wrapped phase, the Gray code the half period, both together the projector column;
+/// the camera ray and the plane of that column give the point. The result does not depend on the number of threads, nor
+/// on the processor.
+///
+/// A point is invalid (x = y = z = NaN) when its modulation is too small, it is saturated (unless allowed), more than
+/// one bit of its code is undecided, code and phase contradict each other, its column or row lies outside the
+/// projector, or the ray and the plane do not meet in front of both. Its contrast (the modulation amplitude) and colour
+/// are set all the same.
+///
+/// Colour is the reading under full projector light less the black level, demosaiced bilinearly. Where a phase image is
+/// saturated all three channels are 255; where none is, green stays below 255.
+///
+/// One thread at a time may use an object; inside, a pool of its own shares the rows. After the first call with a
+/// given size nothing is allocated.
+class Reconstructor {
+public:
+    /// Throws ArgumentInvalidException when the calibration has no pixels, no finite positive focal lengths or no
+    /// baseline across the measured lines, when the projector's lens model cannot be inverted over its area, or when
+    /// the layout does not measure the columns of this projector.
+    Reconstructor(const Driver::Calibration& calibration, SequenceLayout layout,
+                  const ReconstructorOptions& options = {});
+    Reconstructor(const Reconstructor&) = delete;
+    Reconstructor& operator=(const Reconstructor&) = delete;
+    ~Reconstructor();
+
+    [[nodiscard]] const SequenceLayout& layout() const noexcept;
+
+    /// Takes another calibration of the same camera and projector size, for instance after a change of temperature.
+    /// Throws as the constructor does, and then keeps the earlier one.
+    void setCalibration(const Driver::Calibration& calibration);
+
+    /// Computes one point per camera pixel. `out` is written in place when it has the camera's size already (and is
+    /// then seen by every handle that shares it), otherwise replaced by a new grid. Throws ArgumentInvalidException
+    /// when the images do not have the layout's count or the camera's size, and ArgumentOutOfRangeException for a
+    /// parameter outside its range.
+    void reconstruct(const Driver::ImageStack& images, const Parameters& parameters, PointCloud& out);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace Vorta::Reconstruction
