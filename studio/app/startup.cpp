@@ -1,0 +1,68 @@
+#include "app/startup.h"
+
+#include "app/studio.h"
+#include "camera/vortainterface.h"
+#include "mainwindow/mainwindow.h"
+#include "vorta/api/application.h"
+
+#include <QCommandLineParser>
+#include <QLocale>
+#include <QMessageBox>
+#include <QSurfaceFormat>
+
+namespace Vorta {
+
+namespace {
+
+// What the toolkit must know before its application object exists.
+void prepareToolkit() {
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    format.setVersion(3, 3);
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    format.setDepthBufferSize(24);
+    format.setSwapInterval(0);
+    QSurfaceFormat::setDefaultFormat(format);
+    // Only the 3D view gets a native window; its neighbours and parents stay light.
+    QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+}
+
+} // namespace
+
+QString fileToOpen(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.addPositionalArgument(QStringLiteral("filename"), QStringLiteral("Name of file to open (.vdf)"), QString());
+    // Parsed, not processed: an unknown option is no reason not to start.
+    parser.parse(arguments);
+    return parser.positionalArguments().value(0);
+}
+
+int runStudio(int& argc, char** argv) {
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::AnyCountry));
+    Application application;
+    prepareToolkit();
+    Studio studio(application, argc, argv);
+    const QString fileName = fileToOpen(QCoreApplication::arguments());
+    MainWindow window(studio.controller());
+    window.show();
+    if (!fileName.isEmpty())
+        window.openFile(fileName);
+    return QApplication::exec();
+}
+
+void showAlreadyRunning(int& argc, char** argv) {
+    const QApplication application(argc, argv);
+    QMessageBox::information(
+        nullptr, QStringLiteral("Vorta Studio"),
+        QStringLiteral("An instance of the application is running already. Only one instance is allowed."),
+        QMessageBox::Ok);
+}
+
+void showFatalError(int& argc, char** argv, const char* message) {
+    const QApplication application(argc, argv);
+    QMessageBox::critical(nullptr, QStringLiteral("An exception occurred"), QString::fromLocal8Bit(message),
+                          QMessageBox::Ok);
+}
+
+} // namespace Vorta

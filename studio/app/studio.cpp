@@ -1,0 +1,87 @@
+#include "app/studio.h"
+
+#include "camera/vortainterface.h"
+#include "services/appsettings.h"
+#include "services/loghandler.h"
+#include "vorta/api/application.h"
+#include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
+#include "vorta/common/serialization.h"
+
+#include <QMessageBox>
+
+#include <exception>
+#include <sstream>
+
+namespace Vorta {
+
+namespace {
+
+Studio* theStudio = nullptr;
+
+QString describe(const std::exception& exception) {
+    using Serialization::operator<<;
+    std::ostringstream text;
+    text << exception;
+    return QString::fromLocal8Bit(text.str().c_str());
+}
+
+} // namespace
+
+Studio::Studio(Application& application, int& argc, char** argv) : QApplication(argc, argv), application_(application) {
+    theStudio = this;
+    setOrganizationName(QStringLiteral("Vorta Labs"));
+    setOrganizationDomain(QStringLiteral("vorta-labs.example"));
+    setApplicationName(QStringLiteral("Vorta Studio"));
+    setApplicationVersion(QStringLiteral(VORTA_VERSION));
+    setWindowIcon(QIcon(QStringLiteral(":/icons/VortaStudio.png")));
+
+    settings_ = new VortaQt::AppSettings(this);
+    const std::string refusal = applyLogThreshold();
+    logHandler_ = new VortaQt::LogHandler(application_, "Vorta Studio", this);
+    if (!refusal.empty())
+        logHandler_->log(Log::Severity::Warning, "The stored log threshold is ignored: " + refusal);
+    controller_ = new VortaInterface(application_, this);
+}
+
+Studio::~Studio() {
+    theStudio = nullptr;
+    // The controller logs and reads preferences until its last moment, so it goes first.
+    delete controller_;
+    delete logHandler_;
+    delete settings_;
+}
+
+Studio* Studio::instance() noexcept {
+    return theStudio;
+}
+
+std::string Studio::applyLogThreshold() {
+    const QString threshold = settings_->getString("GUI/LogThreshold", QString());
+    if (threshold.isEmpty())
+        return {};
+    try {
+        application_.getImpl().setLogLevel(VortaQt::severityFromString(threshold.toStdString()));
+        return {};
+    } catch (const ArgumentException& e) {
+        return e.what();
+    }
+}
+
+bool Studio::notify(QObject* receiver, QEvent* event) {
+    try {
+        return QApplication::notify(receiver, event);
+    } catch (const std::exception& exception) {
+        reportException(describe(exception));
+    } catch (...) {
+        reportException(QStringLiteral("Unknown exception"));
+    }
+    return true;
+}
+
+void Studio::reportException(const QString& message) {
+    QMessageBox::warning(QApplication::activeWindow(), QStringLiteral("An exception occurred"), message,
+                         QMessageBox::Ok);
+}
+
+} // namespace Vorta

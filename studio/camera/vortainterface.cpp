@@ -1,0 +1,315 @@
+#include "camera/vortainterface.h"
+
+#include "camera/cameradetectionthread.h"
+#include "camera/camerainitializerthread.h"
+#include "camera/cameraselection.h"
+#include "camera/firmwareupdate.h"
+#include "camera/recordbuilder.h"
+#include "camera/waitcursor.h"
+#include "services/appsettings.h"
+#include "vorta/api/application.h"
+#include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+
+#include <utility>
+
+namespace Vorta {
+
+namespace {
+
+constexpr const char* logSource = "VortaStudio/VortaInterface";
+constexpr int pollIntervalMs = 3000;
+
+std::string localPath(const QString& path) {
+    return path.toLocal8Bit().toStdString();
+}
+
+} // namespace
+
+VortaInterface::VortaInterface(Application& application, QObject* parent)
+    : QObject(parent), application_(application), pollTimer_(this) {
+    pollTimer_.setInterval(pollIntervalMs);
+    connect(&pollTimer_, &QTimer::timeout, this, &VortaInterface::slotHandleCameraPollTimer);
+    // The library's thread waits until the frame is stored: frames never pile up in the event queue.
+    connect(this, &VortaInterface::measurementUpdated, this, &VortaInterface::slotHandleMeasurementUpdated,
+            Qt::BlockingQueuedConnection);
+    VortaQt::AppSettings::instance().loadCameraSettings(settings_);
+}
+
+VortaInterface::~VortaInterface() {
+    detectionThread_.reset();
+    if (initializerThread_)
+        initializerThread_->wait();
+    if (!camera_.isNull())
+        camera_.setFrameCallback({});
+}
+
+void VortaInterface::connectCamera(const ComputeDevice& device) {
+    pollTimer_.stop();
+    computeDevice_ = device;
+    status_.connected = false;
+    status_.stateFlag = false;
+    Q_EMIT statusChanged(status_);
+
+    chooseDriver();
+    ensureCalibrationFile();
+    const std::vector<Camera> cameras = application_.cameras();
+    if (cameras.empty()) {
+        Q_EMIT infoMessage(QStringLiteral("No camera connected"),
+                           QStringLiteral("You need to connect a camera to do measurements."));
+        startDetection();
+        return;
+    }
+    camera_ = chooseCamera(cameras);
+    if (camera_.firmwareVersion() != CameraSelection::requiredFirmware) {
+        runFirmwareUpdate();
+        return;
+    }
+    startInitialization();
+}
+
+void VortaInterface::chooseDriver() {
+    const QString driver = CameraSelection::findDriver(QCoreApplication::applicationDirPath(), settings_);
+    Log::info(logSource, __LINE__, "Using camera driver: '%s'", driver.toStdString());
+    application_.getImpl().setCameraDriver(localPath(driver), settings_);
+}
+
+void VortaInterface::ensureCalibrationFile() {
+    using CalibrationFile = SettingsInternal::Measurement::CalibrationFile;
+    if (!CameraSelection::isBeforeRevision3(settings_))
+        return;
+    const QString known =
+        QString::fromLocal8Bit(settings_.getSettingsInternal().get<CalibrationFile>().value().c_str());
+    if (!known.isEmpty() && QFileInfo::exists(known))
+        return;
+
+    QString path = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("calib_data.yml"));
+    if (!QFileInfo::exists(path)) {
+        Q_EMIT warningMessage(
+            QStringLiteral("Calibration file"),
+            QStringLiteral("No calibration file found. Please specify a calibration file in YML format now."));
+        path = QFileDialog::getOpenFileName(nullptr, QStringLiteral("Load calibration file:"), QDir::currentPath(),
+                                            QStringLiteral("Calibration file (*.yml);;"));
+    }
+    Settings settings = settings_;
+    settings.getSettingsInternal().set(CalibrationFile(localPath(path)));
+    VortaQt::AppSettings::instance().saveCameraSettings(settings);
+    settings_ = settings;
+    if (!camera_.isNull())
+        camera_.setSettings(settings_);
+    Q_EMIT settingsChanged(settings_);
+}
+
+Camera VortaInterface::chooseCamera(const std::vector<Camera>& cameras) {
+    if (cameras.empty())
+        throw LogicException("The camera selection list should never be empty.");
+    if (cameras.size() == 1)
+        return cameras.front();
+
+    const std::map<std::string, Camera> byLabel = CameraSelection::labelled(cameras);
+    QStringList labels;
+    for (const auto& [label, camera] : byLabel)
+        labels.append(QString::fromStdString(label));
+    bool confirmed = false;
+    const QString chosen = QInputDialog::getItem(nullptr, QStringLiteral("Multiple Cameras Detected"),
+                                                 QStringLiteral("Select camera:"), labels, 0, false, &confirmed);
+    if (confirmed)
+        return byLabel.at(chosen.toStdString());
+    Q_EMIT infoMessage(QStringLiteral("Camera selection"),
+                       QStringLiteral("No camera was explictly selected - using the first available camera."));
+    return cameras.front();
+}
+
+void VortaInterface::startDetection() {
+    if (detectionThread_)
+        detectionThread_->wait();
+    detectionThread_ = std::make_unique<VortaCameraDetectionThread>(application_, nullptr);
+    connect(detectionThread_.get(), &VortaCameraDetectionThread::cameraAvailable, this,
+            &VortaInterface::slotHandleFirstCameraConnected);
+    detectionThread_->start();
+}
+
+void VortaInterface::startInitialization() {
+    initializerThread_ = new VortaCameraInitializerThread(*this);
+    connect(initializerThread_, &VortaCameraInitializerThread::initialized, this,
+            &VortaInterface::slotHandleCameraInitialized);
+    connect(initializerThread_, &VortaCameraInitializerThread::initializationFailed, this,
+            &VortaInterface::slotHandleCameraInitializationFailed);
+    connect(initializerThread_, &QThread::finished, initializerThread_, &QObject::deleteLater);
+    initializerThread_->start();
+}
+
+bool VortaInterface::initializeCamera(QString& errorMessage) {
+    try {
+        using Revision = SettingsInternal::Global::ProductRevision;
+        const Settings settings = settings_;
+        camera_.setSettings(settings);
+        if (CameraSelection::isBeforeRevision3(settings)) {
+            const auto& revision = settings.getSettingsInternal().get<Revision>();
+            errorMessage = QStringLiteral("Pre Rev3 camera is not supported (rev. %1)")
+                               .arg(QString::fromStdString(revision.toString()));
+            return false;
+        }
+        camera_.connect();
+        camera_.setComputeDevice(computeDevice_);
+        camera_.setFrameCallback([this](const Frame& frame) { handleFrame(frame); });
+        return true;
+    } catch (const std::exception& e) {
+        errorMessage = QString::fromLocal8Bit(e.what());
+        return false;
+    }
+}
+
+void VortaInterface::measure(const FrameSpec& spec) {
+    const WaitCursor waitCursor;
+    measureSingle(spec);
+}
+
+void VortaInterface::measureSingle(const FrameSpec& spec) {
+    applySetting(Settings::Iris(spec.iris));
+    applyExposure(spec);
+    currentFrame_ = camera_.capture();
+    const DeviceCloud cloud = currentFrame_.deviceCloud();
+    publishRecord(cloud.copyToCPU());
+    Q_EMIT deviceCloudUpdated(cloud);
+}
+
+void VortaInterface::applyExposure(const FrameSpec& spec) {
+    applySetting(Settings::Brightness(static_cast<double>(spec.brightness)));
+    applySetting(Settings::ExposureTime(spec.exposureTime));
+}
+
+template <class Setting>
+void VortaInterface::applySetting(const Setting& setting) {
+    Settings settings = camera_.settings();
+    settings.set(setting);
+    camera_.setSettings(settings);
+}
+
+void VortaInterface::setSettings(const Settings& settings) {
+    {
+        const WaitCursor waitCursor;
+        settings_ = settings;
+        if (!camera_.isNull())
+            camera_.setSettings(settings_);
+    }
+    Q_EMIT settingsChanged(settings_);
+}
+
+void VortaInterface::setSettingsQuietly(const Settings& settings) {
+    VortaQt::AppSettings::instance().saveCameraSettings(settings);
+    const WaitCursor waitCursor;
+    settings_ = settings;
+    if (!camera_.isNull())
+        camera_.setSettings(settings_);
+}
+
+void VortaInterface::loadSettingsFile(const QString& path) {
+    setSettings(Settings(localPath(path)));
+}
+
+void VortaInterface::saveSettings(const QString& path) const {
+    settings_.save(localPath(path));
+}
+
+void VortaInterface::loadDataFile(const QString& path) {
+    const WaitCursor waitCursor;
+    currentFrame_ = Frame(localPath(path), computeDevice_);
+    publishRecord(currentFrame_.getPointCloud());
+    record_->updateMaskedCloud();
+    Q_EMIT settingsLoaded(currentFrame_.settings());
+}
+
+void VortaInterface::saveDataFile(const QString& path) const {
+    const WaitCursor waitCursor;
+    currentFrame_.save(localPath(path));
+}
+
+void VortaInterface::publishRecord(const PointCloud& cloud) {
+    const SettingsInternal& internal = settings_.getSettingsInternal();
+    record_ = buildRecord(
+        cloud,
+        ClassificationLimits{.contrastThreshold =
+                                 static_cast<float>(settings_.get<Settings::Filters::Contrast::Threshold>().value()),
+                             .minZ = static_cast<float>(internal.get<SettingsInternal::Measurement::MinZ>().value()),
+                             .maxZ = static_cast<float>(internal.get<SettingsInternal::Measurement::MaxZ>().value())});
+    Q_EMIT pointCloudDataUpdated(record_);
+}
+
+void VortaInterface::refreshStatus() {
+    status_ = CameraStatus(camera_.state());
+    live_ = status_.live;
+    Q_EMIT statusChanged(status_);
+}
+
+void VortaInterface::handleFrame(const Frame& frame) {
+    if (live_)
+        Q_EMIT deviceCloudUpdated(frame.deviceCloud());
+    Q_EMIT measurementUpdated(frame);
+}
+
+void VortaInterface::handleLossOfCamera() {
+    if (!status_.stateFlag)
+        return;
+    try {
+        camera_.disconnect();
+    } catch (const std::exception& e) {
+        Q_EMIT warningMessage(QStringLiteral("Error"), QString::fromLocal8Bit(e.what()));
+    }
+}
+
+void VortaInterface::slotHandleMaskUpdate(cv::Mat_<uchar>& mask) {
+    if (!record_)
+        return;
+    record_->setMask(mask);
+    record_->updateMaskedCloud();
+    Q_EMIT pointCloudDataUpdated(record_);
+}
+
+void VortaInterface::slotHandleCameraInitialized() {
+    refreshStatus();
+    if (status_.connected)
+        pollTimer_.start();
+    else
+        connectCamera(computeDevice_);
+}
+
+void VortaInterface::slotHandleCameraInitializationFailed(QString errorMessage) {
+    QString text = QStringLiteral("Failed to initialize camera");
+    if (!errorMessage.isEmpty())
+        text += QStringLiteral(": \n") + errorMessage + QStringLiteral("\n");
+    Q_EMIT infoMessage(QStringLiteral("No camera connected"), text);
+    connectCamera(computeDevice_);
+}
+
+void VortaInterface::slotHandleFirstCameraConnected() {
+    connectCamera(computeDevice_);
+}
+
+void VortaInterface::slotHandleCameraPollTimer() {
+    const bool wasConnected = status_.connected;
+    refreshStatus();
+    if (status_.connected)
+        return;
+    if (wasConnected)
+        handleLossOfCamera();
+    else
+        connectCamera(computeDevice_);
+}
+
+void VortaInterface::slotHandleMeasurementUpdated(Frame frame) {
+    currentFrame_ = std::move(frame);
+    if (status_.live)
+        return;
+    const DeviceCloud cloud = currentFrame_.deviceCloud();
+    publishRecord(cloud.copyToCPU());
+    Q_EMIT deviceCloudUpdated(cloud);
+}
+
+} // namespace Vorta

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "camera/camerastatus.h"
+#include "camera/cloudwithimagesandmask.h"
+#include "camera/framespec.h"
+#include "vorta/api/camera.h"
+#include "vorta/common/settings.h"
+#include "vorta/compute/computedevice.h"
+#include "vorta/compute/devicecloud.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace Vorta {
+
+class Application;
+class VortaCameraDetectionThread;
+class VortaCameraInitializerThread;
+
+/// The application's one camera controller: finds and connects the camera, keeps its settings, measures, turns frames
+/// into the shared record, and watches the connection.
+///
+/// It lives on the GUI thread, where all operations, slots and signals are, but for `measurementUpdated`, which comes
+/// from the library's thread, and `initializeCamera`, which runs on the initializer thread.
+class VortaInterface : public QObject {
+    Q_OBJECT
+
+public:
+    /// `application` outlives the controller. Reads the last used camera settings from the preferences store.
+    VortaInterface(Application& application, QObject* parent);
+    ~VortaInterface() override;
+
+    /// Chooses the driver, looks for cameras and starts connecting one; without a camera a search goes on in the
+    /// background. Throws IOException when the driver is missing or unusable. The user may be asked which camera to
+    /// take, for a calibration file, or about a firmware update.
+    void connectCamera(const ComputeDevice& device);
+
+    /// Takes one measurement under a wait cursor and publishes it as the current record. Failures of the camera are
+    /// thrown to the caller.
+    void measure(const FrameSpec& spec);
+
+    /// Takes over new settings, applies them to the camera and announces them.
+    void setSettings(const Settings& settings);
+    /// Like `setSettings`, but keeps them in the preferences store and announces nothing.
+    void setSettingsQuietly(const Settings& settings);
+    /// Takes over the settings of a file, applies and announces them. Throws IOException when it cannot be used.
+    void loadSettingsFile(const QString& path);
+    /// Writes the settings to a file. Throws IOException when that fails.
+    void saveSettings(const QString& path) const;
+
+    /// Makes a data file the current frame and record. Throws IOException when it cannot be used.
+    void loadDataFile(const QString& path);
+    /// Writes the current frame as a data file. Throws IOException or, without a frame, LogicException.
+    void saveDataFile(const QString& path) const;
+
+    [[nodiscard]] const CameraStatus& status() const noexcept { return status_; }
+    [[nodiscard]] const Settings& settings() const noexcept { return settings_; }
+    /// The current record; null before the first measurement.
+    [[nodiscard]] std::shared_ptr<CloudWithImagesAndMask> record() const noexcept { return record_; }
+
+    /// Initializer thread: applies the settings to the chosen camera and connects it. On failure returns false and says
+    /// why in `errorMessage`.
+    bool initializeCamera(QString& errorMessage);
+
+Q_SIGNALS:
+    void statusChanged(const Vorta::CameraStatus& status);
+    void settingsChanged(Settings settings);
+    void deviceCloudUpdated(Vorta::DeviceCloud cloud);
+    void measurementUpdated(Vorta::Frame measurement);
+    void pointCloudDataUpdated(std::shared_ptr<Vorta::CloudWithImagesAndMask> data);
+    void infoMessage(const QString& title, const QString& text);
+    void warningMessage(const QString& title, const QString& text);
+    void temporaryStatusMessage(const QString& message);
+    void settingsLoaded(Settings settings);
+
+public Q_SLOTS:
+    /// Replaces the current record's mask by the user's and rebuilds its masked cloud.
+    void slotHandleMaskUpdate(cv::Mat_<uchar>& mask);
+    void slotHandleCameraInitialized();
+    void slotHandleCameraInitializationFailed(QString errorMessage);
+    void slotHandleFirstCameraConnected();
+    void slotHandleCameraPollTimer();
+    void slotHandleMeasurementUpdated(Vorta::Frame frame);
+
+private:
+    void chooseDriver();
+    void ensureCalibrationFile();
+    [[nodiscard]] Camera chooseCamera(const std::vector<Camera>& cameras);
+    void startDetection();
+    void startInitialization();
+    void handleLossOfCamera();
+
+    void measureSingle(const FrameSpec& spec);
+    void applyExposure(const FrameSpec& spec);
+    template <class Setting>
+    void applySetting(const Setting& setting);
+
+    void handleFrame(const Frame& frame);
+    void publishRecord(const PointCloud& cloud);
+    void refreshStatus();
+
+    Application& application_;
+    Camera camera_;
+    CameraStatus status_;
+    // The library's thread asks this when it delivers a frame.
+    std::atomic<bool> live_{false};
+    Settings settings_;
+    ComputeDevice computeDevice_;
+    std::shared_ptr<CloudWithImagesAndMask> record_;
+    Frame currentFrame_;
+    std::unique_ptr<VortaCameraDetectionThread> detectionThread_;
+    QPointer<VortaCameraInitializerThread> initializerThread_;
+    QTimer pollTimer_;
+};
+
+} // namespace Vorta

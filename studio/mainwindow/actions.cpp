@@ -1,0 +1,103 @@
+#include "mainwindow/actions.h"
+
+#include <QAction>
+#include <QIcon>
+#include <QKeySequence>
+
+namespace Actions {
+
+namespace {
+
+constexpr bool checkable = true;
+constexpr bool checked = true;
+constexpr bool available = true;
+
+// Exit's keys are two presses, Alt and then F4, not the chord that window managers take for themselves.
+constexpr std::array<Description, static_cast<std::size_t>(Id::Count)> table{{
+    {Id::Load, "actionLoad", "&Load...", nullptr, nullptr, "folder.png", nullptr, Menu::File, !checkable, !checked,
+     available},
+    {Id::Save, "actionSave", "&Save...", nullptr, nullptr, "disk.png", nullptr, Menu::File, !checkable, !checked,
+     available},
+    {Id::LoadSettings, "actionLoadSettings", "L&oad Settings...", nullptr, nullptr, "openConfig.png", nullptr,
+     Menu::File, !checkable, !checked, available},
+    {Id::SaveSettings, "actionSaveSettings", "Sa&ve Settings...", nullptr, nullptr, "saveConfig.png", nullptr,
+     Menu::File, !checkable, !checked, available},
+    {Id::Exit, "actionExit", "&Exit", nullptr, nullptr, nullptr, "Alt, F4", Menu::File, !checkable, !checked,
+     available},
+    {Id::Preferences, "actionPreferences", "&Preferences...", nullptr, nullptr, "preferences.png", nullptr, Menu::Edit,
+     !checkable, !checked, !available},
+    {Id::Capture, "actionCapture", "&Capture...", nullptr, nullptr, "capture.png", nullptr, Menu::Image, !checkable,
+     !checked, !available},
+    {Id::CameraImage, "actionCameraImage", "&Camera Image", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable,
+     checked, available},
+    {Id::DepthImage, "actionDepthImage", "&Depth Image", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable,
+     checked, available},
+    {Id::LogWindow, "actionLogWindow", "&Log Window", nullptr, nullptr, "blue-document-clock.png", nullptr, Menu::View,
+     checkable, checked, available},
+    {Id::Settings, "actionSettings", "&Settings", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable, !checked,
+     !available},
+    {Id::Toolbar, "actionToolbar", "&Toolbar", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable, checked,
+     available},
+    {Id::ResetLayout, "actionResetLayout", "&Reset Layout", nullptr, nullptr, nullptr, nullptr, Menu::View, !checkable,
+     !checked, available},
+    {Id::ResetView, "actionResetView", "Reset 3D Point Cloud &View", "&Reset", nullptr, "resetview.png", nullptr,
+     Menu::View, !checkable, !checked, available},
+    {Id::About, "actionAbout", "&About...", nullptr, nullptr, "question-frame.png", nullptr, Menu::Help, !checkable,
+     !checked, !available},
+    {Id::Update, "actionUpdate", "&Update...", nullptr, nullptr, nullptr, nullptr, Menu::Help, !checkable, !checked,
+     !available},
+    {Id::Grab, "actionGrab", "&Grab", nullptr, nullptr, "camera.png", nullptr, Menu::None, !checkable, !checked,
+     available},
+    {Id::Hdr, "actionHDR", "&HDR", nullptr, nullptr, "HDR.png", nullptr, Menu::None, !checkable, !checked, !available},
+    {Id::Live, "actionLive", "&Live", nullptr, nullptr, "Video.png", nullptr, Menu::None, !checkable, !checked,
+     !available},
+    {Id::Stop, "actionStop", "&Stop", nullptr, nullptr, "stop.png", nullptr, Menu::None, !checkable, !checked,
+     !available},
+    {Id::DisplayRgb, "actionDisplayRGB", "&DisplayRGB", "&Colors", nullptr, "rgb.png", nullptr, Menu::None, checkable,
+     checked, available},
+    {Id::ToggleMesh, "actionToggleMesh", "&Toggle Mesh", "&Mesh", "Toggle live mesh on/off", "mesh.png", nullptr,
+     Menu::None, checkable, !checked, available},
+    {Id::BackgroundColor, "actionBackgroundColor", "Set &Background Color", "&Background", "Set background color",
+     "backgroundColor.png", nullptr, Menu::None, !checkable, !checked, available},
+}};
+
+constexpr std::array files{Id::Load, Id::Save};
+constexpr std::array captures{Id::Grab, Id::Hdr};
+constexpr std::array live{Id::Live, Id::Stop};
+constexpr std::array display{Id::DisplayRgb, Id::ToggleMesh, Id::BackgroundColor, Id::ResetView};
+constexpr std::array dialogs{Id::Capture, Id::Preferences};
+constexpr std::array<std::span<const Id>, 5> groups{files, captures, live, display, dialogs};
+
+} // namespace
+
+std::span<const Description> all() {
+    return table;
+}
+
+const Description& description(Id id) {
+    return table[static_cast<std::size_t>(id)];
+}
+
+std::span<const std::span<const Id>> toolBarGroups() {
+    return groups;
+}
+
+void configure(QAction& action, Id id) {
+    const Description& d = description(id);
+    action.setObjectName(QLatin1String(d.objectName));
+    action.setText(QLatin1String(d.text));
+    if (d.shortText)
+        action.setIconText(QString(QLatin1String(d.shortText)).remove(QLatin1Char('&')));
+    if (d.toolTip)
+        action.setToolTip(QLatin1String(d.toolTip));
+    if (d.icon)
+        action.setIcon(QIcon(QStringLiteral(":/icons/") + QLatin1String(d.icon)));
+    if (d.shortcut)
+        action.setShortcut(QKeySequence(QLatin1String(d.shortcut)));
+    action.setCheckable(d.checkable);
+    if (d.checkable)
+        action.setChecked(d.checked);
+    action.setEnabled(d.available);
+}
+
+} // namespace Actions

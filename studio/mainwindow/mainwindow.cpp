@@ -1,0 +1,309 @@
+#include "mainwindow/mainwindow.h"
+
+#include "camera/statusbar.h"
+#include "camera/vortainterface.h"
+#include "imageview/imageviewer.h"
+#include "services/appsettings.h"
+#include "services/loghandler.h"
+#include "services/logwidget.h"
+#include "services/recentfilesmenu.h"
+#include "view3d/dx11pointcloudwidget.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QColorDialog>
+#include <QDockWidget>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTimer>
+#include <QToolBar>
+
+#include <utility>
+
+namespace {
+
+constexpr int initialShowDelayMs = 300;
+constexpr int stateVersion = 0;
+constexpr const char* geometryKey = "GUI/Geometry";
+constexpr const char* stateKey = "GUI/State";
+
+QDockWidget* addDock(QMainWindow& window, QWidget* content, const QString& name, const QString& title,
+                     Qt::DockWidgetArea area) {
+    auto* dock = new QDockWidget(title, &window);
+    dock->setObjectName(name);
+    dock->setWidget(content);
+    window.addDockWidget(area, dock);
+    return dock;
+}
+
+ImageViewer* makeViewer(const QString& name) {
+    auto* viewer = new ImageViewer;
+    viewer->setObjectName(name);
+    // Inside a dock the viewer is a part of this window, not one of its own.
+    viewer->setWindowFlags(Qt::Widget);
+    return viewer;
+}
+
+} // namespace
+
+MainWindow::MainWindow(Vorta::VortaInterface& controller, QWidget* parent, Qt::WindowFlags flags)
+    : QMainWindow(parent, flags), controller_(controller), fileCommands_(controller, *this) {
+    setWindowTitle(QStringLiteral("Vorta Studio"));
+    createViews();
+    createActions();
+    createMenus();
+    createToolBar();
+    connectController();
+
+    defaultGeometry_ = saveGeometry();
+    defaultState_ = saveState(stateVersion);
+    restoreGeometryAndState();
+    pointCloudView_->show();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::createViews() {
+    pointCloudView_ = new Vorta::DX11PointCloudWidget(this);
+    pointCloudView_->setObjectName(QStringLiteral("PointCloudWidget"));
+    setCentralWidget(pointCloudView_);
+
+    cameraImage_ = makeViewer(QStringLiteral("CameraImageWidget"));
+    depthImage_ = makeViewer(QStringLiteral("DepthImageWidget"));
+    log_ = new VortaQt::LogWidget(this);
+    cameraDock_ = addDock(*this, cameraImage_, QStringLiteral("camDockWidget"), QStringLiteral("Camera Image"),
+                          Qt::RightDockWidgetArea);
+    depthDock_ = addDock(*this, depthImage_, QStringLiteral("depthDockWidget"), QStringLiteral("Depth Image"),
+                         Qt::RightDockWidgetArea);
+    logDock_ = addDock(*this, log_, QStringLiteral("logDockWidget_"), QStringLiteral("Log"), Qt::BottomDockWidgetArea);
+    // The images keep the window's full height; the log lies below the 3D view alone.
+    setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+
+    statusBar_ = new Ui::StatusBar(this);
+    setStatusBar(statusBar_);
+    connect(&VortaQt::LogHandler::instance(), &VortaQt::LogHandler::logEvent, log_, &VortaQt::LogWidget::addToLog);
+}
+
+void MainWindow::createActions() {
+    toolBar_ = addToolBar(QStringLiteral("Toolbar"));
+    toolBar_->setObjectName(QStringLiteral("ToolBar"));
+    for (const Actions::Description& description : Actions::all()) {
+        QAction*& slot = actions_[static_cast<std::size_t>(description.id)];
+        // Docks and the toolbar bring an action that always tells whether they are shown.
+        switch (description.id) {
+        case Actions::Id::CameraImage:
+            slot = cameraDock_->toggleViewAction();
+            break;
+        case Actions::Id::DepthImage:
+            slot = depthDock_->toggleViewAction();
+            break;
+        case Actions::Id::LogWindow:
+            slot = logDock_->toggleViewAction();
+            break;
+        case Actions::Id::Toolbar:
+            slot = toolBar_->toggleViewAction();
+            break;
+        default:
+            slot = new QAction(this);
+        }
+        Actions::configure(*slot, description.id);
+    }
+    const auto onTrigger = [this](Actions::Id id, auto handler) {
+        connect(&action(id), &QAction::triggered, this, handler);
+    };
+    using Actions::Id;
+    onTrigger(Id::Load, &MainWindow::slotOpenFile);
+    onTrigger(Id::Save, &MainWindow::slotFileSave);
+    onTrigger(Id::LoadSettings, &MainWindow::slotLoadSettings);
+    onTrigger(Id::SaveSettings, &MainWindow::slotSaveSettings);
+    onTrigger(Id::Exit, &MainWindow::slotExit);
+    onTrigger(Id::ResetLayout, &MainWindow::resetLayout);
+    onTrigger(Id::ResetView, [this] { pointCloudView_->resetView(); });
+    onTrigger(Id::Grab, &MainWindow::captureSingle);
+    onTrigger(Id::DisplayRgb, &MainWindow::toggleRgb);
+    onTrigger(Id::ToggleMesh, &MainWindow::toggleMeshing);
+    onTrigger(Id::BackgroundColor, &MainWindow::slotSetBackgroundColor);
+    action(Id::Save).setEnabled(false);
+}
+
+void MainWindow::createMenus() {
+    using Actions::Menu;
+    const std::pair<Menu, QMenu*> menus[] = {{Menu::File, menuBar()->addMenu(QStringLiteral("&File"))},
+                                             {Menu::Edit, menuBar()->addMenu(QStringLiteral("&Edit"))},
+                                             {Menu::Image, menuBar()->addMenu(QStringLiteral("&Image"))},
+                                             {Menu::View, menuBar()->addMenu(QStringLiteral("&View"))},
+                                             {Menu::Help, menuBar()->addMenu(QStringLiteral("&Help"))}};
+    for (const auto& [id, menu] : menus)
+        for (const Actions::Description& description : Actions::all())
+            if (description.menu == id)
+                menu->addAction(&action(description.id));
+
+    recentFiles_ = new VortaQt::RecentFilesMenu(this, VortaQt::AppSettings::instance().recentFiles());
+    menus[0].second->insertMenu(&action(Actions::Id::Exit), recentFiles_);
+    connect(recentFiles_, &VortaQt::RecentFilesMenu::fileSelected, this, &MainWindow::openFile);
+    connect(&fileCommands_, &FileCommands::fileOpened, this, [this](const QString& fileName) {
+        pointCloudView_->resetView();
+        recentFiles_->addFile(fileName);
+    });
+}
+
+void MainWindow::createToolBar() {
+    toolBar_->setIconSize(QSize(45, 32));
+    toolBar_->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    for (const auto group : Actions::toolBarGroups()) {
+        if (group.data() != Actions::toolBarGroups().front().data())
+            toolBar_->addSeparator();
+        for (const Actions::Id id : group)
+            toolBar_->addAction(&action(id));
+    }
+    auto* spacer = new QWidget(toolBar_);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    toolBar_->addWidget(spacer);
+    auto* logo = new QLabel(toolBar_);
+    logo->setPixmap(QIcon(QStringLiteral(":/icons/VortaLogo.png")).pixmap(QSize(160, 40)));
+    toolBar_->addWidget(logo);
+}
+
+void MainWindow::connectController() {
+    using Vorta::VortaInterface;
+    connect(&controller_, &VortaInterface::statusChanged, this, &MainWindow::slotUpdateMeasurementActionsFromState);
+    connect(&controller_, &VortaInterface::statusChanged, statusBar_, &Ui::StatusBar::slotSetStatus);
+    connect(&controller_, &VortaInterface::temporaryStatusMessage, statusBar_, &Ui::StatusBar::slotSetTemporaryStatus);
+    connect(&controller_, &VortaInterface::infoMessage, this, &MainWindow::slotShowMessage);
+    connect(&controller_, &VortaInterface::warningMessage, this, &MainWindow::slotShowWarning);
+    connect(&controller_, &VortaInterface::pointCloudDataUpdated, this, &MainWindow::slotHandlePointCloudDataUpdate);
+    connect(&controller_, &VortaInterface::deviceCloudUpdated, this, &MainWindow::slotDeviceCloudUpdated);
+    connect(cameraImage_, &ImageViewer::maskUpdated, &controller_, &VortaInterface::slotHandleMaskUpdate);
+    slotUpdateMeasurementActionsFromState(controller_.status());
+}
+
+void MainWindow::show() {
+    QMainWindow::show();
+    QTimer::singleShot(initialShowDelayMs, this, &MainWindow::slotHandleInitialShow);
+}
+
+void MainWindow::slotHandleInitialShow() {
+    restoreGeometryAndState();
+    pointCloudView_->initialise();
+    controller_.connectCamera(pointCloudView_->computeDevice());
+}
+
+void MainWindow::restoreGeometryAndState() {
+    const auto& settings = VortaQt::AppSettings::instance();
+    if (settings.contains(QLatin1String(geometryKey)) && settings.contains(QLatin1String(stateKey))) {
+        restoreGeometry(settings.getByteArray(geometryKey, {}));
+        restoreState(settings.getByteArray(stateKey, {}), stateVersion);
+        return;
+    }
+    // Both calls, in this order: a window that was full screen once maximises reliably.
+    showFullScreen();
+    showMaximized();
+    defaultGeometry_ = saveGeometry();
+    defaultState_ = saveState(stateVersion);
+}
+
+void MainWindow::resetLayout() {
+    restoreGeometry(defaultGeometry_);
+    restoreState(defaultState_, stateVersion);
+    showFullScreen();
+    showMaximized();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    auto& settings = VortaQt::AppSettings::instance();
+    settings.setByteArray(geometryKey, saveGeometry());
+    settings.setByteArray(stateKey, saveState(stateVersion));
+    settings.setRecentFiles(recentFiles_->files());
+    QMainWindow::closeEvent(event);
+}
+
+void MainWindow::openFile(const QString& fileName) {
+    fileCommands_.openFile(fileName);
+}
+
+void MainWindow::slotOpenFile() {
+    fileCommands_.loadPointCloud();
+}
+
+void MainWindow::slotFileSave() {
+    fileCommands_.saveMeasurement();
+}
+
+void MainWindow::slotLoadSettings() {
+    fileCommands_.loadSettings();
+}
+
+void MainWindow::slotSaveSettings() {
+    fileCommands_.saveSettings();
+}
+
+void MainWindow::slotExit() {
+    QApplication::quit();
+}
+
+void MainWindow::captureSingle() {
+    const Vorta::Settings& settings = controller_.settings();
+    Vorta::FrameSpec spec;
+    spec.brightness = static_cast<float>(settings.get<Vorta::Settings::Brightness>().value());
+    spec.exposureTime = settings.get<Vorta::Settings::ExposureTime>().value();
+    spec.iris = settings.get<Vorta::Settings::Iris>().value();
+    controller_.measure(spec);
+}
+
+void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status) {
+    action(Actions::Id::Grab).setEnabled(status.connected && !status.live);
+}
+
+void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> data) {
+    if (!controller_.status().live) {
+        const Vorta::PointCloud& cloud = data->pointCloud();
+        pointCloudView_->loadPoints(cloud.data(), cloud.size(), std::exchange(firstCloud_, false));
+        pointCloudView_->render();
+        refreshImages(*data);
+    }
+    action(Actions::Id::Save).setEnabled(true);
+}
+
+void MainWindow::slotDeviceCloudUpdated(Vorta::DeviceCloud cloud) {
+    pointCloudView_->setDeviceCloud(cloud);
+    if (std::exchange(firstCloud_, false))
+        pointCloudView_->resetView();
+    pointCloudView_->render();
+    if (!controller_.status().live && controller_.record())
+        refreshImages(*controller_.record());
+}
+
+void MainWindow::refreshImages(const Vorta::CloudWithImagesAndMask& data) {
+    cameraImage_->setImage(data.colorImage());
+    cameraImage_->setMask(data.mask());
+    depthImage_->setDepthImage(data.depthImage(), static_cast<float>(data.minZ()), static_cast<float>(data.maxZ()));
+    depthImage_->setMask(data.mask());
+}
+
+void MainWindow::toggleRgb() {
+    pointCloudView_->enableColors(action(Actions::Id::DisplayRgb).isChecked());
+    pointCloudView_->render();
+}
+
+void MainWindow::toggleMeshing() {
+    pointCloudView_->enableMeshing(action(Actions::Id::ToggleMesh).isChecked());
+    pointCloudView_->render();
+}
+
+void MainWindow::slotSetBackgroundColor() {
+    const QColor color = QColorDialog::getColor(pointCloudView_->backgroundColor(), this);
+    if (!color.isValid())
+        return;
+    pointCloudView_->setBackgroundColor(color);
+    pointCloudView_->render();
+}
+
+void MainWindow::slotShowMessage(const QString& title, const QString& text) {
+    QMessageBox::information(this, title, text, QMessageBox::Ok);
+}
+
+void MainWindow::slotShowWarning(const QString& title, const QString& text) {
+    QMessageBox::warning(this, title, text, QMessageBox::Ok);
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "mainwindow/actions.h"
+#include "mainwindow/filecommands.h"
+#include "vorta/compute/devicecloud.h"
+
+#include <QByteArray>
+#include <QMainWindow>
+
+#include <array>
+#include <memory>
+
+class ImageViewer;
+
+namespace Ui {
+class StatusBar;
+}
+
+namespace Vorta {
+class CameraStatus;
+class CloudWithImagesAndMask;
+class DX11PointCloudWidget;
+class VortaInterface;
+} // namespace Vorta
+
+namespace VortaQt {
+class LogWidget;
+class RecentFilesMenu;
+} // namespace VortaQt
+
+/// The program's window: owns the views, docks, menus and the toolbar and wires them to the camera controller. It
+/// computes nothing itself. GUI thread.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    /// `controller` outlives the window.
+    explicit MainWindow(Vorta::VortaInterface& controller, QWidget* parent = nullptr, Qt::WindowFlags flags = {});
+    ~MainWindow() override;
+
+    /// See FileCommands::openFile.
+    void openFile(const QString& fileName);
+
+public Q_SLOTS:
+    /// Shows the window; the work that needs it on the screen follows a moment later.
+    void show();
+    void slotOpenFile();
+    void slotFileSave();
+    void slotLoadSettings();
+    void slotSaveSettings();
+    void slotExit();
+    void slotDeviceCloudUpdated(Vorta::DeviceCloud cloud);
+    void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> data);
+    void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
+    void restoreGeometryAndState();
+    void toggleRgb();
+    void toggleMeshing();
+    void slotSetBackgroundColor();
+    void slotHandleInitialShow();
+    void slotShowMessage(const QString& title, const QString& text);
+    void slotShowWarning(const QString& title, const QString& text);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void createViews();
+    void createActions();
+    void createMenus();
+    void createToolBar();
+    void connectController();
+    void resetLayout();
+    void captureSingle();
+    void refreshImages(const Vorta::CloudWithImagesAndMask& data);
+    [[nodiscard]] QAction& action(Actions::Id id) const { return *actions_[static_cast<std::size_t>(id)]; }
+
+    Vorta::VortaInterface& controller_;
+    FileCommands fileCommands_;
+    Vorta::DX11PointCloudWidget* pointCloudView_ = nullptr;
+    ImageViewer* cameraImage_ = nullptr;
+    ImageViewer* depthImage_ = nullptr;
+    VortaQt::LogWidget* log_ = nullptr;
+    Ui::StatusBar* statusBar_ = nullptr;
+    QDockWidget* cameraDock_ = nullptr;
+    QDockWidget* depthDock_ = nullptr;
+    QDockWidget* logDock_ = nullptr;
+    QToolBar* toolBar_ = nullptr;
+    VortaQt::RecentFilesMenu* recentFiles_ = nullptr;
+    std::array<QAction*, static_cast<std::size_t>(Actions::Id::Count)> actions_{};
+    QByteArray defaultGeometry_;
+    QByteArray defaultState_;
+    bool firstCloud_ = true;
+};
