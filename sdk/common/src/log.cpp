@@ -41,11 +41,16 @@ std::string compose(std::string_view format, const std::vector<Argument>& argume
 
 std::string toString(Severity severity) {
     switch (severity) {
-    case Severity::Error: return "Error";
-    case Severity::Warning: return "Warning";
-    case Severity::Info: return "Info";
-    case Severity::Debug: return "Debug";
-    case Severity::Trace: return "Trace";
+    case Severity::Error:
+        return "Error";
+    case Severity::Warning:
+        return "Warning";
+    case Severity::Info:
+        return "Info";
+    case Severity::Debug:
+        return "Debug";
+    case Severity::Trace:
+        return "Trace";
     }
     return "Unknown";
 }
@@ -53,9 +58,13 @@ std::string toString(Severity severity) {
 Event::Event(Severity severity, std::string source, int line, std::string message)
     : severity_(severity), line_(line), source_(std::move(source)), message_(std::move(message)) {}
 
-void setLevel(Severity level) noexcept { currentLevel.store(level, std::memory_order_relaxed); }
+void setLevel(Severity level) noexcept {
+    currentLevel.store(level, std::memory_order_relaxed);
+}
 
-Severity level() noexcept { return currentLevel.load(std::memory_order_relaxed); }
+Severity level() noexcept {
+    return currentLevel.load(std::memory_order_relaxed);
+}
 
 void setCallback(Callback callback) {
     const std::unique_lock lock{sink().mutex};

@@ -4,6 +4,8 @@
 
 namespace Vorta::Serialization {
 
-std::ostream& operator<<(std::ostream& stream, const std::exception& exception) { return stream << exception.what(); }
+std::ostream& operator<<(std::ostream& stream, const std::exception& exception) {
+    return stream << exception.what();
+}
 
 } // namespace Vorta::Serialization
