@@ -47,9 +47,10 @@ public:
     [[nodiscard]] Log::Severity logLevel() const;
     void setLogCallback(Log::Callback callback);
 
-    /// Loads the driver at `path` unless it is loaded already; `settings` gives the driver its internal settings.
-    /// Throws IOException when the file is missing, no driver, or built for another version of the interface; the
-    /// previous driver then stays chosen.
+    /// Chooses the driver at `path` (narrow, in the system's encoding) and loads it unless that has been done; cameras
+    /// that are found from now on start with `settings`. The earlier driver stays loaded while one of its cameras
+    /// lives. Throws IOException when the file is missing, no driver, or built for another version of the interface;
+    /// the earlier driver then stays chosen.
     void setCameraDriver(const std::string& path, const Settings& settings);
 
     [[nodiscard]] std::vector<Camera> cameras();

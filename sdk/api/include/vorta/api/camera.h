@@ -57,7 +57,8 @@ public:
     void setSettings(const Settings& settings);
 
     /// Takes one measurement with the present settings and waits for it (the exposures and the computation). Throws
-    /// LogicException when not connected and RuntimeException when the head vanished.
+    /// LogicException when not connected or live, and RuntimeException that names the serial number when the head has
+    /// vanished or cannot capture.
     [[nodiscard]] Frame capture();
 
     /// Starts continuous captures; each goes to the frame callback. Throws LogicException when not connected or live.

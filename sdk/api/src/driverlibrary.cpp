@@ -1,0 +1,69 @@
+#include "driverlibrary.h"
+
+#include "vorta/common/exceptions.h"
+
+#include <boost/dll/shared_library.hpp>
+
+namespace Vorta {
+
+namespace {
+
+constexpr const char* entryPoint = "vortaCreateDriver";
+
+IOException loadError(const std::filesystem::path& path, const std::string& reason) {
+    return IOException("Camera driver '" + path.string() + "' cannot be loaded: " + reason);
+}
+
+boost::dll::shared_library load(const std::filesystem::path& path) {
+    boost::dll::shared_library library;
+    std::error_code error;
+    library.load(path, boost::dll::load_mode::default_mode, error);
+    if (error)
+        throw loadError(path, "it is not a library that this system can load (" + error.message() + ").");
+    if (!library.has(entryPoint))
+        throw loadError(path, std::string("it is a library without the entry point '") + entryPoint + "'.");
+    return library;
+}
+
+std::unique_ptr<Driver::Driver> create(const std::filesystem::path& path, const boost::dll::shared_library& library) {
+    const auto& entry = library.get<Driver::Driver*(std::uint32_t)>(entryPoint);
+    std::unique_ptr<Driver::Driver> driver;
+    try {
+        driver.reset(entry(Driver::interfaceVersion));
+    } catch (const std::exception& error) {
+        throw loadError(path, std::string("it failed to start: ") + error.what());
+    }
+    if (!driver)
+        throw loadError(path, "it was built for another version of the driver interface than " +
+                                  std::to_string(Driver::interfaceVersion) + ".");
+    return driver;
+}
+
+} // namespace
+
+struct DriverLibrary::Module {
+    boost::dll::shared_library library;
+};
+
+DriverLibrary::DriverLibrary(const std::filesystem::path& path) {
+    std::error_code error;
+    path_ = std::filesystem::canonical(path, error);
+    if (error)
+        throw loadError(path, error.message() + ".");
+    if (!std::filesystem::is_regular_file(path_))
+        throw loadError(path, "it is not a file.");
+    module_ = std::make_unique<Module>(Module{load(path_)});
+    driver_ = create(path_, module_->library);
+}
+
+DriverLibrary::~DriverLibrary() = default;
+
+std::vector<Driver::HeadIdentity> DriverLibrary::heads() {
+    return driver_->heads();
+}
+
+std::unique_ptr<Driver::Head> DriverLibrary::open(const std::string& serialNumber) {
+    return driver_->open(serialNumber);
+}
+
+} // namespace Vorta
