@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QByteArrayList>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+
+namespace Vorta::Test {
+
+/// The real program in a process of its own, with a home of its own, told and observed through its pipes.
+class StudioProcess {
+public:
+    /// `home` holds the preferences; several processes may share one.
+    explicit StudioProcess(const QString& home, const QStringList& arguments = {}) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), home);
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home);
+        process_.setProcessEnvironment(environment);
+        process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process_.start(QStringLiteral(VORTA_BIN_DIR "/VortaStudioObserved"), arguments);
+    }
+    StudioProcess(const StudioProcess&) = delete;
+    StudioProcess& operator=(const StudioProcess&) = delete;
+    ~StudioProcess() { kill(); }
+
+    /// Waits until the program tells a line that starts with `beginning`; returns it, or an empty text after 30 s or
+    /// when the program ended without it. Lines that were told before are looked at first.
+    QByteArray waitForLine(const QByteArray& beginning) {
+        QElapsedTimer timer;
+        timer.start();
+        while (true) {
+            while (process_.canReadLine())
+                lines_ += process_.readLine().trimmed();
+            for (int i = read_; i < lines_.size(); ++i)
+                if (lines_[i].startsWith(beginning)) {
+                    read_ = i + 1;
+                    return lines_[i];
+                }
+            if (timer.elapsed() > 30'000 || (process_.state() == QProcess::NotRunning && !process_.canReadLine()))
+                return {};
+            process_.waitForReadyRead(100);
+        }
+    }
+
+    void command(const char* text) {
+        process_.write(text);
+        process_.write("\n");
+        process_.waitForBytesWritten();
+    }
+
+    /// Exit status once the program has ended by itself, -1000 when it crashed or did not end within 30 s.
+    int exitCode() {
+        if (!process_.waitForFinished(30'000) && process_.state() != QProcess::NotRunning)
+            return -1000;
+        while (process_.canReadLine())
+            lines_ += process_.readLine().trimmed();
+        return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1000;
+    }
+
+    /// As by `kill -9`.
+    void kill() {
+        process_.kill();
+        process_.waitForFinished();
+    }
+
+    [[nodiscard]] bool running() { return process_.state() == QProcess::Running; }
+    /// How many lines told so far start with `beginning`.
+    [[nodiscard]] auto count(const QByteArray& beginning) const {
+        return std::count_if(lines_.begin(), lines_.end(),
+                             [&](const QByteArray& line) { return line.startsWith(beginning); });
+    }
+    [[nodiscard]] const QByteArrayList& lines() const noexcept { return lines_; }
+
+private:
+    QProcess process_;
+    QByteArrayList lines_;
+    int read_ = 0;
+};
+
+} // namespace Vorta::Test
