@@ -2,8 +2,10 @@
 
 #include <atomic>
 #include <boost/format.hpp>
+#include <condition_variable>
+#include <locale>
+#include <memory>
 #include <mutex>
-#include <shared_mutex>
 #include <utility>
 
 namespace Vorta::Log {
@@ -12,24 +14,57 @@ namespace {
 
 std::atomic<Severity> currentLevel{Severity::Info};
 
-struct Sink {
-    // Recursive deliveries are legal (a callback may log), exclusive ownership only for replacing the callback.
-    std::shared_mutex mutex;
+/// A callback and how many threads are in it.
+struct Receiver {
     Callback callback;
+    unsigned running = 0;
 };
 
-Sink& sink() {
-    static Sink instance;
+struct Registry {
+    std::mutex mutex;
+    std::condition_variable returned;
+    std::shared_ptr<Receiver> receiver;
+};
+
+Registry& registry() {
+    static Registry instance;
     return instance;
 }
 
-// Set while this thread delivers, so that a message logged by the callback does not lock a second time.
-thread_local bool delivering = false;
+/// How many callbacks this thread is in; a callback that logs is entered again.
+thread_local unsigned depth = 0;
+
+/// Holds the receiver for one delivery, outside the registry's lock: callbacks may take as long as they like, log, and
+/// wait for threads that log.
+class Delivery {
+public:
+    Delivery() {
+        const std::lock_guard lock{registry().mutex};
+        receiver_ = registry().receiver;
+        if (receiver_) {
+            ++receiver_->running;
+            ++depth;
+        }
+    }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+    ~Delivery() {
+        if (!receiver_)
+            return;
+        const std::lock_guard lock{registry().mutex};
+        --depth;
+        if (--receiver_->running == 0)
+            registry().returned.notify_all();
+    }
+
+    [[nodiscard]] const Callback* callback() const noexcept { return receiver_ ? &receiver_->callback : nullptr; }
+
+private:
+    std::shared_ptr<Receiver> receiver_;
+};
 
 std::string compose(std::string_view format, const std::vector<Argument>& arguments) {
-    if (arguments.empty() && format.find('%') == std::string_view::npos)
-        return std::string{format};
-    boost::format formatter;
+    boost::format formatter{"", std::locale::classic()};
     formatter.exceptions(boost::io::no_error_bits);
     formatter.parse(std::string{format});
     for (const Argument& argument : arguments)
@@ -67,28 +102,19 @@ Severity level() noexcept {
 }
 
 void setCallback(Callback callback) {
-    const std::unique_lock lock{sink().mutex};
-    sink().callback = std::move(callback);
+    auto receiver = callback ? std::make_shared<Receiver>(Receiver{.callback = std::move(callback)}) : nullptr;
+    std::unique_lock lock{registry().mutex};
+    receiver.swap(registry().receiver);
+    // From now on `receiver` is the earlier one. A callback that replaces itself cannot wait for its own return.
+    if (receiver && depth == 0)
+        registry().returned.wait(lock, [&] { return receiver->running == 0; });
 }
 
 void write(Severity severity, std::string_view source, int line, std::string_view format,
            const std::vector<Argument>& arguments) {
-    const Event event{severity, std::string{source}, line, compose(format, arguments)};
-    if (delivering) {
-        if (sink().callback)
-            sink().callback(event);
-        return;
-    }
-    const std::shared_lock lock{sink().mutex};
-    if (!sink().callback)
-        return;
-    struct Mark {
-        Mark() { delivering = true; }
-        ~Mark() { delivering = false; }
-        Mark(const Mark&) = delete;
-        Mark& operator=(const Mark&) = delete;
-    } const mark;
-    sink().callback(event);
+    const Delivery delivery;
+    if (const Callback* const callback = delivery.callback())
+        (*callback)({severity, std::string{source}, line, compose(format, arguments)});
 }
 
 } // namespace Vorta::Log

@@ -1,26 +1,57 @@
 #include "vorta/common/pointcloud.h"
 
-#include <cstring>
+#include "vorta/common/exceptions.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
 
 namespace Vorta {
 
+namespace {
+
+std::size_t checkedSize(std::size_t height, std::size_t width) {
+    constexpr std::size_t mostPoints = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(Point);
+    if (width != 0 && height > mostPoints / width)
+        throw ArgumentOutOfRangeException("A point cloud cannot have that many points", "height x width",
+                                          std::to_string(height) + " x " + std::to_string(width));
+    return height * width;
+}
+
+} // namespace
+
 PointCloud::PointCloud(std::size_t height, std::size_t width)
-    : height_(height), width_(width), points_(std::make_shared<Point[]>(height * width)) {}
+    : height_(height), width_(width), points_(std::make_shared<Point[]>(checkedSize(height, width))) {}
+
+PointCloud::PointCloud(PointCloud&& other) noexcept
+    : height_(std::exchange(other.height_, 0)),
+      width_(std::exchange(other.width_, 0)),
+      points_(std::move(other.points_)) {}
+
+PointCloud& PointCloud::operator=(PointCloud&& other) noexcept {
+    PointCloud taken{std::move(other)};
+    std::swap(height_, taken.height_);
+    std::swap(width_, taken.width_);
+    points_.swap(taken.points_);
+    return *this;
+}
 
 PointCloud PointCloud::uninitialized(std::size_t height, std::size_t width) {
+    const std::size_t size = checkedSize(height, width);
     PointCloud cloud;
     cloud.height_ = height;
     cloud.width_ = width;
-    // Raw storage: Point's default member values would be written a first time only to be overwritten.
-    auto storage = std::make_shared_for_overwrite<std::byte[]>(height * width * sizeof(Point));
-    cloud.points_ = std::shared_ptr<Point[]>(storage, reinterpret_cast<Point*>(storage.get()));
+    // Plain storage: Point's default member values would be written a first time only to be overwritten.
+    cloud.points_ = std::shared_ptr<Point[]>(std::allocator<Point>{}.allocate(size), [size](Point* points) {
+        std::allocator<Point>{}.deallocate(points, size);
+    });
     return cloud;
 }
 
 PointCloud PointCloud::clone() const {
     PointCloud copy = uninitialized(height_, width_);
-    if (!empty())
-        std::memcpy(copy.data(), data(), size() * sizeof(Point));
+    std::ranges::copy(points(), copy.data());
     return copy;
 }
 

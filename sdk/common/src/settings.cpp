@@ -28,7 +28,7 @@ std::string folded(std::string_view path) {
         const auto similar = std::ranges::find(table.descriptions(), folded(path),
                                                [](const SettingDescription& each) { return folded(each.path); });
         if (similar != table.descriptions().end())
-            reason += "; did you mean '" + std::string{similar->path} + "'?";
+            reason += ", but '" + std::string{similar->path} + "' is one";
     };
     if (publicToo)
         consider(PublicTable::instance());

@@ -192,10 +192,8 @@ private:
 
     static std::string sentence(const SettingDescription& description) {
         std::string text{description.accepted};
-        if (text.starts_with('a'))
-            text.front() = 'A';
-        else if (text.starts_with('t'))
-            text.front() = 'T';
+        if ('a' <= text.front() && text.front() <= 'z')
+            text.front() = static_cast<char>(text.front() - 'a' + 'A');
         const bool quoted = description.type == Detail::typeName<std::string>() || description.type == "switch" ||
                             description.type == "choice";
         const std::string quote = quoted ? "\"" : "";
@@ -248,6 +246,8 @@ void replaceFile(const fs::path& target, std::string_view content) {
         throw IOException(reason);
     }
     std::error_code error;
+    if (const fs::file_status earlier = fs::status(target, error); fs::exists(earlier))
+        fs::permissions(temporary, earlier.permissions(), error);
     fs::rename(temporary, target, error);
     if (error) {
         discard();

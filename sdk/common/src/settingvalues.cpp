@@ -1,16 +1,14 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/common/setting.h"
 
+#include <cassert>
 #include <charconv>
+#include <cmath>
 #include <system_error>
 
 namespace Vorta::Detail {
 
 namespace {
-
-[[noreturn]] void throwUnreadable(std::string_view text, const SettingContext& context) {
-    throw ArgumentInvalidException("Expected " + context.accepted(), context.path, text);
-}
 
 bool isDigit(char c) {
     return '0' <= c && c <= '9';
@@ -32,16 +30,17 @@ void parseInteger(std::string_view text, T& value, const SettingContext& context
         throwOutOfRange(text, context);
 }
 
-template <class T>
-std::string numberToText(T value) {
+template <class... Arguments>
+std::string numberToText(Arguments... valueAndFormat) {
     std::array<char, 64> buffer{};
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), valueAndFormat...);
+    assert(error == std::errc{});
     return {buffer.data(), end};
 }
 
 std::string withUnit(std::string text, std::string_view unit) {
     if (!unit.empty())
-        text.append(" (").append(unit).append(")");
+        text.append(" ").append(unit);
     return text;
 }
 
@@ -165,13 +164,12 @@ std::string describeAccepted(const SettingTraits<bool>& /*traits*/) {
 std::string describeAccepted(const SettingTraits<std::string>& traits) {
     if (traits.letters.empty())
         return "any text";
-    return "a text with each of the letters \"" + std::string{traits.letters} + "\" at most once";
+    return "a text with each of the letters " + std::string{traits.letters} + " at most once";
 }
 
 std::string describeAccepted(const SettingTraits<LEDCurrents>& traits) {
-    return withUnit("three numbers from " + toText(traits.minimum) + " to " + toText(traits.maximum) +
-                        ", separated by single blanks",
-                    traits.unit);
+    return withUnit("three numbers from " + toText(traits.minimum) + " to " + toText(traits.maximum), traits.unit) +
+           ", separated by single blanks";
 }
 
 std::string describeAccepted(std::span<const std::string_view> choices) {
@@ -182,6 +180,10 @@ std::string describeAccepted(std::span<const std::string_view> choices) {
         text.append("\"").append(choices[i]).append("\"");
     }
     return text;
+}
+
+void throwUnreadable(std::string_view text, const SettingContext& context) {
+    throw ArgumentInvalidException("Expected " + context.accepted(), context.path, text);
 }
 
 void throwOutOfRange(std::string_view valueText, const SettingContext& context) {

@@ -27,6 +27,8 @@ class VORTA_COMMON_EXPORT ArgumentException : public Exception {
 public:
     ArgumentException(std::string_view details, std::string_view parameter);
     ArgumentException(std::string_view details, std::string_view parameter, std::string_view value);
+    ArgumentException(const ArgumentException&) = default;
+    ArgumentException& operator=(const ArgumentException&) = default;
     ~ArgumentException() override;
 
     [[nodiscard]] const std::string& parameter() const noexcept { return parameter_; }
@@ -39,6 +41,8 @@ private:
 class VORTA_COMMON_EXPORT ArgumentInvalidException : public ArgumentException {
 public:
     using ArgumentException::ArgumentException;
+    ArgumentInvalidException(const ArgumentInvalidException&) = default;
+    ArgumentInvalidException& operator=(const ArgumentInvalidException&) = default;
     ~ArgumentInvalidException() override;
 };
 
@@ -46,6 +50,8 @@ public:
 class VORTA_COMMON_EXPORT ArgumentOutOfRangeException : public ArgumentException {
 public:
     using ArgumentException::ArgumentException;
+    ArgumentOutOfRangeException(const ArgumentOutOfRangeException&) = default;
+    ArgumentOutOfRangeException& operator=(const ArgumentOutOfRangeException&) = default;
     ~ArgumentOutOfRangeException() override;
 };
 
@@ -53,6 +59,8 @@ public:
 class VORTA_COMMON_EXPORT ArgumentNullException : public ArgumentException {
 public:
     explicit ArgumentNullException(std::string_view parameter);
+    ArgumentNullException(const ArgumentNullException&) = default;
+    ArgumentNullException& operator=(const ArgumentNullException&) = default;
     ~ArgumentNullException() override;
 };
 
@@ -60,6 +68,8 @@ public:
 class VORTA_COMMON_EXPORT LogicException : public Exception {
 public:
     using Exception::Exception;
+    LogicException(const LogicException&) = default;
+    LogicException& operator=(const LogicException&) = default;
     ~LogicException() override;
 };
 
@@ -67,6 +77,8 @@ public:
 class VORTA_COMMON_EXPORT IOException : public Exception {
 public:
     using Exception::Exception;
+    IOException(const IOException&) = default;
+    IOException& operator=(const IOException&) = default;
     ~IOException() override;
 };
 
@@ -74,6 +86,8 @@ public:
 class VORTA_COMMON_EXPORT RuntimeException : public Exception {
 public:
     using Exception::Exception;
+    RuntimeException(const RuntimeException&) = default;
+    RuntimeException& operator=(const RuntimeException&) = default;
     ~RuntimeException() override;
 };
 

@@ -46,13 +46,15 @@ using Callback = std::function<void(const Event&)>;
 VORTA_COMMON_EXPORT void setLevel(Severity level) noexcept;
 [[nodiscard]] VORTA_COMMON_EXPORT Severity level() noexcept;
 
-/// Sends every message from now on to `callback`, on the thread that logs; an empty callback drops them. Once this
-/// returns, the previous callback is not running and never runs again, so a callback must not call this itself.
+/// Sends every message from now on to `callback`, on the thread that logs; an empty callback drops them. Several
+/// threads may be in the callback at once, and it may log itself. Once this returns, the earlier callback is not
+/// running and never runs again; only when a callback calls this itself does it not wait for those that still run.
 VORTA_COMMON_EXPORT void setCallback(Callback callback);
 
 using Argument = std::variant<std::int64_t, std::uint64_t, double, std::string>;
 
-/// Formats as boost::format does ("%d", "%s", "%1%", "%.1f"); surplus or missing arguments are no error.
+/// Delivers a message whatever the level. Formats as boost::format does ("%d", "%s", "%1%", "%.1f"), with a decimal
+/// point whatever the locale; surplus or missing arguments are no error.
 VORTA_COMMON_EXPORT void write(Severity severity, std::string_view source, int line, std::string_view format,
                                const std::vector<Argument>& arguments);
 
@@ -60,6 +62,8 @@ template <class T>
 [[nodiscard]] Argument toArgument(const T& value) {
     if constexpr (std::is_enum_v<T>)
         return toArgument(static_cast<std::underlying_type_t<T>>(value));
+    else if constexpr (std::is_same_v<T, char>)
+        return std::string(1, value);
     else if constexpr (std::is_floating_point_v<T>)
         return static_cast<double>(value);
     else if constexpr (std::is_integral_v<T> && std::is_signed_v<T>)
@@ -95,6 +99,11 @@ void info(std::string_view source, int line, std::string_view format, const Argu
 template <class... Arguments>
 void debug(std::string_view source, int line, std::string_view format, const Arguments&... arguments) {
     log(Severity::Debug, source, line, format, arguments...);
+}
+
+template <class... Arguments>
+void trace(std::string_view source, int line, std::string_view format, const Arguments&... arguments) {
+    log(Severity::Trace, source, line, format, arguments...);
 }
 
 } // namespace Vorta::Log

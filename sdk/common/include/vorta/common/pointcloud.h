@@ -18,11 +18,18 @@ class VORTA_COMMON_EXPORT PointCloud {
 public:
     /// No grid: width, height and size are 0.
     PointCloud() = default;
+    PointCloud(const PointCloud&) = default;
+    PointCloud& operator=(const PointCloud&) = default;
+    /// A handle that was moved from holds no grid.
+    PointCloud(PointCloud&& other) noexcept;
+    PointCloud& operator=(PointCloud&& other) noexcept;
+    ~PointCloud() = default;
 
-    /// A grid of invalid black points (x = y = z = NaN, contrast 0). A height or width of 0 gives an empty grid.
+    /// A grid of invalid black points (x = y = z = NaN, contrast 0). A height or width of 0 gives an empty grid. Throws
+    /// ArgumentOutOfRangeException when no memory could ever hold so many points.
     PointCloud(std::size_t height, std::size_t width);
 
-    /// A grid whose points hold arbitrary values, for callers that write every point.
+    /// Like the constructor, but the points hold arbitrary values, for callers that write every point.
     [[nodiscard]] static PointCloud uninitialized(std::size_t height, std::size_t width);
 
     [[nodiscard]] std::size_t height() const noexcept { return height_; }

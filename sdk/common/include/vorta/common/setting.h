@@ -33,7 +33,7 @@ struct SettingDescription {
     std::string_view type;        ///< "number", "whole number", "duration", "switch", "choice", "text", ...
     std::string_view unit;        ///< "mm"; empty where the value has none
     std::string_view defaultText; ///< what `toString()` gives for an untouched setting
-    std::string_view accepted;    ///< "a number from 0 to 127.5 (grey levels)"
+    std::string_view accepted;    ///< "a number from 0 to 127.5 grey levels"
     std::string_view meaning;     ///< one line, a whole sentence
     std::span<const std::string_view> choices; ///< the texts of an enumerated setting in catalogue order, else empty
 };
@@ -150,7 +150,7 @@ template <class T>
         return traits.minimum <= value && value <= traits.maximum; // also refuses NaN
 }
 
-// What a setting accepts, in words: "a whole number from 1 to 63 (steps)".
+// What a setting accepts, in words: "a whole number from 1 to 63 steps".
 [[nodiscard]] VORTA_COMMON_EXPORT std::string describeAccepted(const SettingTraits<double>& traits);
 [[nodiscard]] VORTA_COMMON_EXPORT std::string describeAccepted(const SettingTraits<std::uint64_t>& traits);
 [[nodiscard]] VORTA_COMMON_EXPORT std::string describeAccepted(const SettingTraits<std::chrono::microseconds>& traits);
@@ -184,6 +184,7 @@ template <class T>
         return "choice";
 }
 
+[[noreturn]] VORTA_COMMON_EXPORT void throwUnreadable(std::string_view text, const SettingContext& context);
 [[noreturn]] VORTA_COMMON_EXPORT void throwOutOfRange(std::string_view valueText, const SettingContext& context);
 
 } // namespace Detail
@@ -210,11 +211,16 @@ public:
     /// The default value.
     Setting() : value_(Derived::traits.defaultValue) {}
 
-    /// Throws ArgumentOutOfRangeException, naming the path, when the setting does not accept the value.
+    /// Throws ArgumentOutOfRangeException (ArgumentInvalidException for a text), naming the path, when the setting does
+    /// not accept the value.
     explicit Setting(T value) : value_(std::move(value)) {
         if constexpr (std::same_as<T, double>)
             value_ += 0.0; // makes -0 a plain 0
-        if (!Detail::isAccepted(Derived::traits, value_))
+        if (Detail::isAccepted(Derived::traits, value_))
+            return;
+        if constexpr (std::same_as<T, std::string>)
+            Detail::throwUnreadable(value_, context());
+        else
             Detail::throwOutOfRange(textOf(value_), context());
     }
 
@@ -253,7 +259,7 @@ public:
         return Detail::choicesOf(Derived::traits);
     }
 
-    /// What values and texts are accepted, in words: "a whole number from 1 to 63 (steps)".
+    /// What values and texts are accepted, in words: "a whole number from 1 to 63 steps".
     [[nodiscard]] static std::string accepted() { return Detail::describeAccepted(Derived::traits); }
 
     [[nodiscard]] bool operator==(const Setting&) const = default;
