@@ -1,0 +1,204 @@
+#include "glrenderer.h"
+
+#include "shaders.h"
+
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QOpenGLFunctions_3_3_Core>
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+namespace Vorta {
+
+namespace {
+
+constexpr int depthBits = 24;
+/// Points near the eye grow no wider than this, physical pixels.
+constexpr float widestPoint = 48.0F;
+
+bool drawsOnProcessor(std::string_view renderer) {
+    constexpr std::array<std::string_view, 6> names{"llvmpipe",    "softpipe",    "Software Rasterizer",
+                                                    "SwiftShader", "GDI Generic", "Microsoft Basic Render"};
+    return std::any_of(names.begin(), names.end(),
+                       [&](std::string_view name) { return renderer.find(name) != std::string_view::npos; });
+}
+
+QMatrix4x4 toQt(const GlMatrix& columns) {
+    return QMatrix4x4(columns.data()).transposed();
+}
+
+std::unique_ptr<QOpenGLShaderProgram> makeProgram(const char* fragment, std::string& error) {
+    auto program = std::make_unique<QOpenGLShaderProgram>();
+    if (program->addShaderFromSourceCode(QOpenGLShader::Vertex, Shaders::vertex) &&
+        program->addShaderFromSourceCode(QOpenGLShader::Fragment, fragment) && program->link())
+        return program;
+    error = "The graphics driver refused the 3D view's shading program: " + program->log().toStdString();
+    return nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<GlRenderer> GlRenderer::create(QWindow& window, std::string& error) {
+    std::unique_ptr<GlRenderer> renderer(new GlRenderer(window));
+    if (!renderer->setUp(error))
+        return nullptr;
+    return renderer;
+}
+
+GlRenderer::GlRenderer(QWindow& window) : window_(&window) {}
+
+GlRenderer::~GlRenderer() {
+    // Without a current context the driver frees everything together with the context.
+    if (!makeCurrent())
+        return;
+    detour_.reset();
+    pointProgram_.reset();
+    meshProgram_.reset();
+    for (Cloud& cloud : clouds_) {
+        cloud.array.destroy();
+        cloud.vertices.destroy();
+        cloud.indices.destroy();
+    }
+    context_.doneCurrent();
+}
+
+bool GlRenderer::setUp(std::string& error) {
+    // Anything but the window's own format may not be usable on it.
+    QSurfaceFormat format = window_->requestedFormat();
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setVersion(3, 3);
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    context_.setFormat(format);
+    if (!context_.create()) {
+        error = "No OpenGL context can be made on this screen.";
+        return false;
+    }
+    if (!makeCurrent()) {
+        error = "OpenGL cannot draw into the 3D view's window.";
+        return false;
+    }
+    gl_ = context_.versionFunctions<QOpenGLFunctions_3_3_Core>();
+    if (gl_ == nullptr || !gl_->initializeOpenGLFunctions()) {
+        const QSurfaceFormat got = context_.format();
+        error = "The graphics driver offers OpenGL " + std::to_string(got.majorVersion()) + "." +
+                std::to_string(got.minorVersion()) + " only; the 3D view needs version 3.3.";
+        return false;
+    }
+    const auto* renderer = gl_->glGetString(GL_RENDERER);
+    name_ = renderer != nullptr ? std::string(reinterpret_cast<const char*>(renderer)) : "OpenGL";
+    software_ = drawsOnProcessor(name_);
+    needsDetour_ = context_.format().depthBufferSize() < depthBits;
+    pointProgram_ = makeProgram(Shaders::pointFragment, error);
+    meshProgram_ = makeProgram(Shaders::meshFragment, error);
+    if (!pointProgram_ || !meshProgram_)
+        return false;
+    if (!setUpCloud(clouds_[0]) || !setUpCloud(clouds_[1])) {
+        error = "The graphics driver offers no memory for point clouds.";
+        return false;
+    }
+    return true;
+}
+
+bool GlRenderer::setUpCloud(Cloud& cloud) {
+    if (!cloud.array.create() || !cloud.vertices.create() || !cloud.indices.create())
+        return false;
+    cloud.vertices.setUsagePattern(QOpenGLBuffer::DynamicDraw);
+    cloud.indices.setUsagePattern(QOpenGLBuffer::DynamicDraw);
+    const QOpenGLVertexArrayObject::Binder binder(&cloud.array);
+    cloud.vertices.bind();
+    cloud.indices.bind();
+    gl_->glEnableVertexAttribArray(0);
+    gl_->glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(CloudVertex), nullptr);
+    gl_->glEnableVertexAttribArray(1);
+    gl_->glVertexAttribPointer(1, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(CloudVertex),
+                               reinterpret_cast<const void*>(offsetof(CloudVertex, blue)));
+    return true;
+}
+
+bool GlRenderer::makeCurrent() {
+    return window_ && window_->handle() != nullptr && context_.makeCurrent(window_);
+}
+
+bool GlRenderer::uploadPoints(CloudDetail detail, std::span<const CloudVertex> vertices) {
+    if (!makeCurrent())
+        return false;
+    Cloud& target = cloud(detail);
+    target.vertices.bind();
+    target.vertices.allocate(vertices.data(), static_cast<int>(vertices.size_bytes()));
+    target.points = static_cast<int>(vertices.size());
+    target.corners = 0;
+    return true;
+}
+
+bool GlRenderer::uploadTriangles(CloudDetail detail, std::span<const std::uint32_t> indices) {
+    if (!makeCurrent())
+        return false;
+    Cloud& target = cloud(detail);
+    const QOpenGLVertexArrayObject::Binder binder(&target.array);
+    target.indices.bind();
+    target.indices.allocate(indices.data(), static_cast<int>(indices.size_bytes()));
+    target.corners = static_cast<int>(indices.size());
+    return true;
+}
+
+bool GlRenderer::drawToWindow(const FrameSettings& frame) {
+    if (!makeCurrent())
+        return false;
+    const QSize size = window_->size() * window_->devicePixelRatio();
+    if (needsDetour_) {
+        if (!detour_ || detour_->size() != size)
+            detour_ = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::Depth);
+        detour_->bind();
+        draw(frame, size);
+        detour_->release();
+        QOpenGLFramebufferObject::blitFramebuffer(nullptr, QRect(QPoint(), size), detour_.get(), QRect(QPoint(), size));
+    } else {
+        gl_->glBindFramebuffer(GL_FRAMEBUFFER, context_.defaultFramebufferObject());
+        draw(frame, size);
+    }
+    context_.swapBuffers(window_);
+    return true;
+}
+
+bool GlRenderer::drawToImage(const FrameSettings& frame, const QSize& size, QImage& image) {
+    if (!makeCurrent())
+        return false;
+    QOpenGLFramebufferObject target(size, QOpenGLFramebufferObject::Depth);
+    if (!target.bind())
+        return false;
+    draw(frame, size);
+    image = target.toImage().convertToFormat(QImage::Format_RGB32);
+    target.release();
+    return true;
+}
+
+void GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
+    Cloud& shown = cloud(frame.detail);
+    gl_->glViewport(0, 0, size.width(), size.height());
+    gl_->glClearColor(frame.background[0], frame.background[1], frame.background[2], 1.0F);
+    gl_->glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    if (shown.points == 0)
+        return;
+    gl_->glEnable(GL_DEPTH_TEST);
+    gl_->glEnable(GL_PROGRAM_POINT_SIZE);
+    const bool meshed = frame.meshed && shown.corners > 0;
+    QOpenGLShaderProgram& program = meshed ? *meshProgram_ : *pointProgram_;
+    program.bind();
+    program.setUniformValue("eye", toQt(frame.eye));
+    program.setUniformValue("projection", toQt(frame.projection));
+    program.setUniformValue("pointScale", frame.pointScale);
+    program.setUniformValue("widestPoint", widestPoint);
+    program.setUniformValue("colored", frame.colored);
+    program.setUniformValue("depthRange", frame.nearestZ, frame.farthestZ);
+    {
+        const QOpenGLVertexArrayObject::Binder binder(&shown.array);
+        if (meshed)
+            gl_->glDrawElements(GL_TRIANGLES, shown.corners, GL_UNSIGNED_INT, nullptr);
+        else
+            gl_->glDrawArrays(GL_POINTS, 0, shown.points);
+    }
+    program.release();
+}
+
+} // namespace Vorta

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "cloudgrid.h"
+#include "viewgeometry.h"
+
+#include <QtCore/QPointer>
+#include <QtGui/QImage>
+#include <QtGui/QOpenGLBuffer>
+#include <QtGui/QOpenGLContext>
+#include <QtGui/QOpenGLFramebufferObject>
+#include <QtGui/QOpenGLShaderProgram>
+#include <QtGui/QOpenGLVertexArrayObject>
+#include <QtGui/QWindow>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+class QOpenGLFunctions_3_3_Core;
+
+namespace Vorta {
+
+/// Which of the two versions of the cloud in graphics memory.
+enum class CloudDetail { Full, Coarse };
+
+/// All that decides how a frame looks, but for the cloud itself.
+struct FrameSettings {
+    CloudDetail detail = CloudDetail::Full;
+    bool meshed = false;
+    bool colored = true;
+    std::array<float, 4> background{};
+    GlMatrix eye{};
+    GlMatrix projection{};
+    /// Width of a point that is 1 mm (object unit) away from the eye, physical pixels.
+    float pointScale = 1.0F;
+    /// Range of z in the camera's frame that depth colours span.
+    float nearestZ = 0.0F;
+    float farthestZ = 1.0F;
+};
+
+/// An OpenGL 3.3 core context on somebody's window with the cloud in its memory. Frees all of it when destroyed, which
+/// must happen before the window's native surface goes away.
+class GlRenderer {
+public:
+    /// Returns null and says why in `error` when there is no such context for the window.
+    [[nodiscard]] static std::unique_ptr<GlRenderer> create(QWindow& window, std::string& error);
+    ~GlRenderer();
+    GlRenderer(const GlRenderer&) = delete;
+    GlRenderer& operator=(const GlRenderer&) = delete;
+    GlRenderer(GlRenderer&&) = delete;
+    GlRenderer& operator=(GlRenderer&&) = delete;
+
+    /// The renderer's own name, for instance that of the graphics card.
+    [[nodiscard]] const std::string& name() const noexcept { return name_; }
+    /// Whether the processor does the drawing.
+    [[nodiscard]] bool software() const noexcept { return software_; }
+
+    /// Each returns false when the context is lost and the renderer must be made anew.
+    [[nodiscard]] bool uploadPoints(CloudDetail detail, std::span<const CloudVertex> vertices);
+    [[nodiscard]] bool uploadTriangles(CloudDetail detail, std::span<const std::uint32_t> indices);
+    [[nodiscard]] bool drawToWindow(const FrameSettings& frame);
+    /// `image` gets the frame at the given size in physical pixels.
+    [[nodiscard]] bool drawToImage(const FrameSettings& frame, const QSize& size, QImage& image);
+
+private:
+    struct Cloud {
+        QOpenGLVertexArrayObject array;
+        QOpenGLBuffer vertices{QOpenGLBuffer::VertexBuffer};
+        QOpenGLBuffer indices{QOpenGLBuffer::IndexBuffer};
+        int points = 0;
+        int corners = 0;
+    };
+
+    explicit GlRenderer(QWindow& window);
+    [[nodiscard]] bool setUp(std::string& error);
+    [[nodiscard]] bool setUpCloud(Cloud& cloud);
+    [[nodiscard]] bool makeCurrent();
+    [[nodiscard]] Cloud& cloud(CloudDetail detail) { return clouds_.at(detail == CloudDetail::Full ? 0 : 1); }
+    void draw(const FrameSettings& frame, const QSize& size);
+
+    QPointer<QWindow> window_;
+    QOpenGLContext context_;
+    /// The context's, which owns it.
+    QOpenGLFunctions_3_3_Core* gl_ = nullptr;
+    std::array<Cloud, 2> clouds_;
+    std::unique_ptr<QOpenGLShaderProgram> pointProgram_;
+    std::unique_ptr<QOpenGLShaderProgram> meshProgram_;
+    /// Drawn into and copied where the window has no sufficient depth buffer of its own.
+    std::unique_ptr<QOpenGLFramebufferObject> detour_;
+    bool needsDetour_ = false;
+    bool software_ = false;
+    std::string name_;
+};
+
+} // namespace Vorta

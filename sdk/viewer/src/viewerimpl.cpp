@@ -1,0 +1,291 @@
+#include "viewerimpl.h"
+
+#include "initialcloud.h"
+#include "mesh.h"
+#include "viewgeometry.h"
+#include "vorta/common/log.h"
+
+#include <QtCore/QEvent>
+#include <QtGui/QPlatformSurfaceEvent>
+
+#include <cmath>
+#include <utility>
+
+namespace Vorta {
+
+namespace {
+
+constexpr const char* logSource = "VortaViewerLib/VortaViewer";
+
+/// Rest after which the whole cloud is drawn, ms.
+constexpr int refineDelayMs = 150;
+/// Clouds that follow each other more quickly than this are drawn as moving ones, ms.
+constexpr int streamingGapMs = 700;
+/// What drawing is expected to cost on the processor until it has been measured, ns.
+constexpr double softwarePointNs = 100.0;
+constexpr double softwareMeshPointNs = 150.0;
+/// How many points are searched for the depth below the cursor.
+constexpr double pickPoints = 150e3;
+/// Width of a drawn point relative to the distance of its neighbours, so that slopes stay closed.
+constexpr double pointOverlap = 1.25;
+
+} // namespace
+
+VortaViewer::Impl::Impl() {
+    refine_.setSingleShot(true);
+    refine_.setInterval(refineDelayMs);
+    connect(&refine_, &QTimer::timeout, this, [this] { static_cast<void>(drawFrame(false)); });
+    setTrackBall(std::make_shared<VTrackBall>());
+}
+
+VortaViewer::Impl::~Impl() {
+    trackball_->setDepthPicker(nullptr);
+    releaseRenderer();
+}
+
+bool VortaViewer::Impl::attach(QWindow* window) {
+    if (window == nullptr) {
+        errorText_ = "The 3D view has no window to draw into.";
+        return false;
+    }
+    if (window != window_) {
+        releaseRenderer();
+        if (window_)
+            window_->removeEventFilter(this);
+        window_ = window;
+        window_->installEventFilter(this);
+    }
+    return ensureRenderer();
+}
+
+bool VortaViewer::Impl::ensureRenderer() {
+    if (renderer_)
+        return true;
+    if (!window_) {
+        errorText_ = "The 3D view has no window to draw into.";
+        return false;
+    }
+    errorText_.clear();
+    renderer_ = GlRenderer::create(*window_, errorText_);
+    if (!renderer_) {
+        Log::warning(logSource, __LINE__, "The 3D view cannot draw: %s", errorText_);
+        return false;
+    }
+    if (device_.name() != renderer_->name()) {
+        device_ = ComputeDevice(renderer_->name());
+        pointBudget_ = FrameBudget(renderer_->software() ? softwarePointNs : 0.0);
+        meshBudget_ = FrameBudget(renderer_->software() ? softwareMeshPointNs : 0.0);
+        Log::info(logSource, __LINE__, "The 3D view draws with %s", renderer_->name());
+    }
+    return true;
+}
+
+void VortaViewer::Impl::releaseRenderer() {
+    refine_.stop();
+    renderer_.reset();
+    fullUploaded_ = false;
+    fullMeshed_ = false;
+    coarseUploaded_ = 0;
+    coarseMeshed_ = false;
+}
+
+bool VortaViewer::Impl::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == window_ && event->type() == QEvent::PlatformSurface) {
+        const auto* surface = static_cast<QPlatformSurfaceEvent*>(event);
+        if (surface->surfaceEventType() == QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
+            releaseRenderer();
+    } else if (watched == window_ && event->type() == QEvent::Expose && window_->isExposed()) {
+        static_cast<void>(drawFrame(true));
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void VortaViewer::Impl::setTrackBall(std::shared_ptr<VTrackBall> trackball) {
+    if (trackball_) {
+        trackball->setViewport(trackball_->width(), trackball_->height());
+        trackball_->setDepthPicker(nullptr);
+    }
+    trackball_ = std::move(trackball);
+    trackball_->setDepthPicker([this](double x, double y) { return depthAtPixel(x, y); });
+    movementsDrawn_ = trackball_->movements();
+}
+
+std::optional<double> VortaViewer::Impl::depthAtPixel(double x, double y) {
+    if (!bounds_)
+        return std::nullopt;
+    const auto points = static_cast<double>(full_.vertices().size());
+    const auto stride = static_cast<std::size_t>(std::max(1.0, std::ceil(std::sqrt(points / pickPoints))));
+    if (pickStride_ != stride) {
+        pick_.subsample(full_, stride);
+        pickStride_ = stride;
+    }
+    return depthAt(pick_, bounds_->spacing * static_cast<double>(stride), *trackball_, x, y);
+}
+
+void VortaViewer::Impl::initializeView() {
+    fittedTo_ = bounds_;
+    if (bounds_)
+        fitView(*bounds_);
+    else
+        trackball_->setView({0.0, 0.0, 0.0}, 1.0);
+}
+
+void VortaViewer::Impl::fitView(const CloudBounds& bounds) {
+    trackball_->setView(bounds.centre(), fittingDistance(bounds, *trackball_));
+}
+
+bool VortaViewer::Impl::resize(unsigned width, unsigned height) {
+    if (!renderer_ || width == 0 || height == 0)
+        return false;
+    trackball_->setViewport(width, height);
+    if (fittedTo_ && !trackball_->movedSinceSetView())
+        fitView(*fittedTo_);
+    resized_ = true;
+    return true;
+}
+
+void VortaViewer::Impl::setPoints(std::span<const Point> points, std::size_t width) {
+    if (width == 0 && points.size() == gridSize_)
+        width = gridWidth_;
+    source_ = PointCloud();
+    full_.assign(points, width);
+    gridSize_ = points.size();
+    gridWidth_ = full_.width();
+    cloudChanged(std::nullopt);
+}
+
+void VortaViewer::Impl::setCloud(const PointCloud& cloud) {
+    setPoints(cloud.points(), cloud.width());
+    source_ = cloud;
+}
+
+void VortaViewer::Impl::setDeviceCloud(const PointCloud& cloud) {
+    if (cloud.empty() || !cloud.sharesDataWith(source_))
+        setCloud(cloud);
+}
+
+void VortaViewer::Impl::setInitialCloud() {
+    const std::vector<Point> points = makeInitialCloud();
+    source_ = PointCloud();
+    full_.assign(points, 0);
+    gridSize_ = 0;
+    gridWidth_ = 0;
+    cloudChanged(initialCloudSpacing);
+}
+
+void VortaViewer::Impl::cloudChanged(std::optional<double> spacing) {
+    streaming_ = sinceCloud_.isValid() && sinceCloud_.elapsed() < streamingGapMs;
+    sinceCloud_.start();
+    bounds_.reset();
+    if (!full_.vertices().empty()) {
+        bounds_ = boundsOf(full_);
+        if (spacing)
+            bounds_->spacing = *spacing;
+        trackball_->setCentre(bounds_->centre());
+    }
+    coarseStride_ = 0;
+    pickStride_ = 0;
+    fullUploaded_ = false;
+    fullMeshed_ = false;
+    coarseUploaded_ = 0;
+    coarseMeshed_ = false;
+}
+
+bool VortaViewer::Impl::render() {
+    const bool moving = streaming_ || resized_ || trackball_->movements() != movementsDrawn_;
+    return drawFrame(moving);
+}
+
+std::size_t VortaViewer::Impl::strideFor(bool moving) {
+    if (!moving)
+        return 1;
+    FrameBudget& budget = meshed_ && full_.organised() ? meshBudget_ : pointBudget_;
+    return budget.stride(full_.vertices().size());
+}
+
+bool VortaViewer::Impl::drawFrame(bool moving) {
+    refine_.stop();
+    if (!window_ || !window_->isExposed() || !ensureRenderer())
+        return false;
+    movementsDrawn_ = trackball_->movements();
+    resized_ = false;
+    const std::size_t stride = strideFor(moving);
+    const CloudDetail detail = stride == 1 ? CloudDetail::Full : CloudDetail::Coarse;
+    if (!prepare(detail, stride)) {
+        releaseRenderer();
+        errorText_ = "The graphics driver has given the 3D view's context up.";
+        return false;
+    }
+    QElapsedTimer clock;
+    clock.start();
+    const FrameSettings frame = frameSettings(detail);
+    if (!renderer_->drawToWindow(frame)) {
+        releaseRenderer();
+        errorText_ = "The graphics driver has given the 3D view's context up.";
+        return false;
+    }
+    const CloudGrid& drawn = detail == CloudDetail::Full ? full_ : coarse_;
+    FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
+    budget.measured(drawn.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
+    if (stride > 1)
+        refine_.start();
+    return true;
+}
+
+bool VortaViewer::Impl::prepare(CloudDetail detail, std::size_t stride) {
+    const bool whole = detail == CloudDetail::Full;
+    if (!whole && coarseStride_ != stride) {
+        coarse_.subsample(full_, stride);
+        coarseStride_ = stride;
+    }
+    const CloudGrid& grid = whole ? full_ : coarse_;
+    if (whole ? !fullUploaded_ : coarseUploaded_ != stride) {
+        if (!renderer_->uploadPoints(detail, grid.vertices()))
+            return false;
+        (whole ? fullMeshed_ : coarseMeshed_) = false;
+        if (whole)
+            fullUploaded_ = true;
+        else
+            coarseUploaded_ = stride;
+    }
+    bool& meshed = whole ? fullMeshed_ : coarseMeshed_;
+    if (meshed_ && grid.organised() && !meshed) {
+        meshGrid(grid, indices_);
+        if (!renderer_->uploadTriangles(detail, indices_))
+            return false;
+        meshed = true;
+    }
+    return true;
+}
+
+FrameSettings VortaViewer::Impl::frameSettings(CloudDetail detail) const {
+    FrameSettings frame{.detail = detail,
+                        .meshed = meshed_ && full_.organised(),
+                        .colored = colored_,
+                        .background = background_,
+                        .eye = eyeMatrix(*trackball_)};
+    const CloudBounds bounds = bounds_.value_or(CloudBounds{});
+    frame.projection = projectionMatrix(clipPlanes(bounds, *trackball_), *trackball_);
+    const double stride = detail == CloudDetail::Full ? 1.0 : static_cast<double>(coarseStride_);
+    const double pixelRatio = window_ ? window_->devicePixelRatio() : 1.0;
+    frame.pointScale =
+        static_cast<float>(bounds.spacing * stride * pointOverlap * trackball_->focalLength() * pixelRatio);
+    frame.nearestZ = static_cast<float>(bounds.robustMinimum[2]);
+    frame.farthestZ = static_cast<float>(
+        bounds.robustMinimum[2] < bounds.robustMaximum[2] ? bounds.robustMaximum[2] : bounds.robustMinimum[2] + 1.0);
+    return frame;
+}
+
+QImage VortaViewer::Impl::image() {
+    QImage picture;
+    if (!window_ || !ensureRenderer() || !prepare(CloudDetail::Full, 1))
+        return picture;
+    const double ratio = window_->devicePixelRatio();
+    const QSize size(static_cast<int>(trackball_->width() * ratio), static_cast<int>(trackball_->height() * ratio));
+    if (!renderer_->drawToImage(frameSettings(CloudDetail::Full), size, picture))
+        return QImage();
+    picture.setDevicePixelRatio(ratio);
+    return picture;
+}
+
+} // namespace Vorta
