@@ -1,0 +1,111 @@
+// Times the point cloud writers on a full sensor against the plainest code that writes the same bytes: one write of
+// ready data for the binary formats, fprintf per point for the text format.
+
+#include "export/pointcloudwriters.h"
+#include "studio/ratio.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <random>
+
+using namespace Vorta;
+
+namespace {
+
+/// A waved surface at about 700 mm seen by a camera of 2400 pixels focal length, one point in ten invalid.
+PointCloud makeCloud() {
+    PointCloud cloud{1200, 1944};
+    std::mt19937 random{1};
+    for (std::size_t row = 0; row < cloud.height(); ++row) {
+        for (std::size_t column = 0; column < cloud.width(); ++column) {
+            Point& point = cloud(row, column);
+            const float u = (static_cast<float>(column) - 971.5F) / 2400.0F;
+            const float v = (static_cast<float>(row) - 599.5F) / 2400.0F;
+            point.blue = static_cast<std::uint8_t>(row / 8);
+            point.green = static_cast<std::uint8_t>(column / 8);
+            point.red = static_cast<std::uint8_t>(random() % 256);
+            if (random() % 10 == 0)
+                continue;
+            point.z =
+                700.0F + 40.0F * std::sin(20.0F * u) * std::cos(15.0F * v) + 0.05F * static_cast<float>(random() % 3);
+            point.x = u * point.z;
+            point.y = v * point.z;
+        }
+    }
+    return cloud;
+}
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::cerr << "bench_export: " << what << '\n';
+        std::exit(1);
+    }
+}
+
+std::vector<char> read(const std::string& path) {
+    std::ifstream file{path, std::ios::binary};
+    return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+/// Hands the bytes to the system in one piece, without a buffer between.
+void writePlain(const std::string& path, const std::vector<char>& bytes) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    require(file != nullptr && std::setvbuf(file, nullptr, _IONBF, 0) == 0, "cannot open the reference file");
+    require(std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size(), "cannot write the reference file");
+    require(std::fclose(file) == 0, "cannot close the reference file");
+}
+
+void printPoints(const std::string& path, const PointCloud& cloud) {
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    require(file != nullptr, "cannot open the reference file");
+    for (const Point& point : cloud.points())
+        std::fprintf(file, "%.1f %.1f %.1f %i %i %i\n", static_cast<double>(point.x), static_cast<double>(point.y),
+                     static_cast<double>(point.z), point.red, point.green, point.blue);
+    require(std::fclose(file) == 0, "cannot close the reference file");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("vorta-bench-" + std::to_string(std::random_device{}()));
+    std::filesystem::create_directories(folder);
+    const std::string ours = (folder / "ours").string();
+    const std::string reference = (folder / "reference").string();
+
+    const PointCloud cloud = makeCloud();
+    Export::writePcd(ours, cloud);
+    const std::vector<char> pcd = read(ours);
+    require(Export::writePly(ours, cloud, false), "writing PLY failed");
+    const std::vector<char> ply = read(ours);
+    require(Export::writeXyz(ours, cloud), "writing XYZ failed");
+    printPoints(reference, cloud);
+    require(read(ours) == read(reference), "the XYZ file differs from what fprintf writes");
+
+    VortaBench::compare(
+        "pcd", [&] { Export::writePcd(ours, cloud); }, [&] { writePlain(reference, pcd); }, 1.1)
+        ->Iterations(25);
+    VortaBench::compare(
+        "ply_ordered", [&] { require(Export::writePly(ours, cloud, false), "writing PLY failed"); },
+        [&] { writePlain(reference, ply); }, 1.6)
+        ->Iterations(25);
+    VortaBench::compare(
+        "ply_unordered", [&] { require(Export::writePly(ours, cloud, true), "writing PLY failed"); },
+        [&] { writePlain(reference, ply); }, 1.6)
+        ->Iterations(25);
+    VortaBench::compare(
+        "xyz", [&] { require(Export::writeXyz(ours, cloud), "writing XYZ failed"); },
+        [&] { printPoints(reference, cloud); }, 0.065, 0.04)
+        ->Iterations(5);
+
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    std::filesystem::remove_all(folder);
+    return 0;
+}

@@ -1,0 +1,11 @@
+// The reference of the start-up benchmark: a main window with nothing in it.
+
+#include <QApplication>
+#include <QMainWindow>
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    QMainWindow window;
+    window.showMaximized();
+    return QApplication::exec();
+}

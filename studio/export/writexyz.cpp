@@ -1,0 +1,109 @@
+#include "export/file.h"
+#include "export/formatxyz.h"
+#include "export/pointcloudwriters.h"
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace Vorta::Export {
+
+namespace {
+
+/// Points per block: points and text of one block fit into a core's own cache.
+constexpr std::size_t blockSize = 4096;
+
+/// Writes a cloud's lines block by block: any number of threads format, one at a time writes, in the cloud's order.
+class XyzWriter {
+public:
+    XyzWriter(std::FILE* file, std::span<const Point> points) : file_(file), points_(points) {}
+
+    [[nodiscard]] std::size_t blockCount() const noexcept { return (points_.size() + blockSize - 1) / blockSize; }
+
+    /// Characters that run() needs.
+    [[nodiscard]] std::size_t bufferSize() const noexcept {
+        return std::min(blockSize, points_.size()) * maxXyzLineLength + xyzLineSlack;
+    }
+
+    /// Formats and writes blocks until none is left or writing failed. Several threads may call this at once, each with
+    /// its own buffer.
+    void run(char* buffer) noexcept {
+        for (;;) {
+            const std::size_t block = nextToFormat_++;
+            if (block >= blockCount() || failed_)
+                return;
+            const std::size_t length = format(block, buffer);
+            if (!write(block, buffer, length))
+                return;
+        }
+    }
+
+    [[nodiscard]] bool failed() const noexcept { return failed_; }
+
+private:
+    std::size_t format(std::size_t block, char* text) const noexcept {
+        const std::size_t first = block * blockSize;
+        char* end = text;
+        for (const Point& point : points_.subspan(first, std::min(blockSize, points_.size() - first)))
+            end = formatXyzLine(point, end);
+        return static_cast<std::size_t>(end - text);
+    }
+
+    bool write(std::size_t block, const char* text, std::size_t length) noexcept {
+        std::size_t turn = nextToWrite_;
+        while (turn < block) {
+            nextToWrite_.wait(turn);
+            turn = nextToWrite_;
+        }
+        const bool written = turn == block && std::fwrite(text, 1, length, file_) == length;
+        if (!written)
+            failed_ = true;
+        // After a failure everybody's turn has passed.
+        nextToWrite_ = written ? block + 1 : blockCount();
+        nextToWrite_.notify_all();
+        return written;
+    }
+
+    std::FILE* file_;
+    std::span<const Point> points_;
+    std::atomic<std::size_t> nextToFormat_ = 0;
+    std::atomic<std::size_t> nextToWrite_ = 0;
+    std::atomic<bool> failed_ = false;
+};
+
+/// More threads than this only wait for the file.
+constexpr std::size_t maxThreads = 4;
+/// Below this a thread costs more than it saves.
+constexpr std::size_t minBlocksPerThread = 4;
+
+} // namespace
+
+bool writeXyz(const std::string& path, const PointCloud& cloud) {
+    File file = openFile(path, "w");
+    if (!file)
+        return false;
+
+    XyzWriter writer{file.get(), cloud.points()};
+    const std::size_t threads =
+        std::clamp<std::size_t>(writer.blockCount() / minBlocksPerThread, 1,
+                                std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, maxThreads));
+    std::vector<std::unique_ptr<char[]>> buffers(threads);
+    for (auto& buffer : buffers)
+        buffer = std::make_unique_for_overwrite<char[]>(writer.bufferSize());
+    {
+        std::vector<std::jthread> helpers;
+        try {
+            for (std::size_t i = 1; i < threads; ++i)
+                helpers.emplace_back([&writer, buffer = buffers[i].get()] { writer.run(buffer); });
+        } catch (const std::system_error&) {
+            // The system gives no more threads; those that started and this one do the work.
+        }
+        writer.run(buffers[0].get());
+    }
+    return !writer.failed() && finish(std::move(file));
+}
+
+} // namespace Vorta::Export
