@@ -33,7 +33,8 @@ void parseInteger(std::string_view text, T& value, const SettingContext& context
 template <class... Arguments>
 std::string numberToText(Arguments... valueAndFormat) {
     std::array<char, 64> buffer{};
-    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), valueAndFormat...);
+    [[maybe_unused]] const auto [end, error] =
+        std::to_chars(buffer.data(), buffer.data() + buffer.size(), valueAndFormat...);
     assert(error == std::errc{});
     return {buffer.data(), end};
 }
@@ -47,6 +48,10 @@ std::string withUnit(std::string text, std::string_view unit) {
 } // namespace
 
 std::string toText(double value) {
+    // Both forms have the fewest digits that identify the number; the fixed one is easier to read.
+    const double magnitude = std::abs(value);
+    if (magnitude == 0.0 || (1e-5 <= magnitude && magnitude < 1e15))
+        return numberToText(value, std::chars_format::fixed);
     return numberToText(value);
 }
 

@@ -1,63 +1,11 @@
-// Prints the reference page of all settings as Markdown: `vorta_settings_reference > docs/settings.md`.
+// Prints the reference page of all settings: `vorta_settings_reference > docs/settings.md`.
 
-#include "vorta/common/settings.h"
+#include "settingspage.h"
 
-#include <algorithm>
 #include <iostream>
-#include <string>
-#include <string_view>
-
-namespace {
-
-using Vorta::SettingDescription;
-using Vorta::SettingGroupDescription;
-
-std::string code(std::string_view text) {
-    return '`' + std::string{text} + '`';
-}
-
-std::string_view groupOf(std::string_view path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string_view{} : path.substr(0, slash);
-}
-
-/// The settings that stand directly in one group; an empty path is the root.
-void printTable(std::span<const SettingDescription> catalogue, std::string_view group) {
-    const auto isInGroup = [&](const SettingDescription& setting) { return groupOf(setting.path) == group; };
-    if (std::ranges::none_of(catalogue, isInGroup))
-        return;
-    std::cout << "| Path | Type | Default | Accepted | Meaning |\n|---|---|---|---|---|\n";
-    for (const SettingDescription& setting : catalogue)
-        if (isInGroup(setting))
-            std::cout << "| " << code(setting.path) << " | " << setting.type << " | "
-                      << (setting.defaultText.empty() ? "empty" : code(setting.defaultText)) << " | "
-                      << setting.accepted << " | " << setting.meaning << " |\n";
-    std::cout << '\n';
-}
-
-void printGroups(std::span<const SettingDescription> catalogue, std::span<const SettingGroupDescription> groups) {
-    for (const SettingGroupDescription& group : groups) {
-        std::cout << "### " << group.path << "\n\n" << group.meaning << "\n\n";
-        printTable(catalogue, group.path);
-    }
-}
-
-} // namespace
 
 int main() {
-    using Vorta::Settings;
-    using Vorta::SettingsInternal;
-    std::cout
-        << "# Camera settings\n\n"
-           "Every setting of a camera, as settings files, the expert table and `Vorta::Settings` know it. This page\n"
-           "is printed by `vorta_settings_reference` from the catalogue in `sdk/common`; do not edit it.\n\n"
-           "Paths and texts are exact. Numbers are written with a decimal point. A settings file is a YAML tree\n"
-           "of the paths; it holds the expert settings below `Internal`, and what it leaves out has its default.\n\n"
-           "## Settings\n\n";
-    printTable(Settings::catalogue(), {});
-    printGroups(Settings::catalogue(), Settings::groups());
-    std::cout << "## Expert settings\n\n";
-    printGroups(SettingsInternal::catalogue(), SettingsInternal::groups());
+    Vorta::writeSettingsPage(std::cout);
     std::cout.flush();
     return std::cout ? 0 : 1;
 }
