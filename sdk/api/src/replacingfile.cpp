@@ -13,13 +13,15 @@ namespace Vorta {
 
 namespace {
 
-std::string randomName() {
+/// Hidden where a leading dot hides, and unlike any other file's name.
+std::string temporaryName(const std::string& fileName) {
     constexpr std::string_view digits = "0123456789abcdefghijklmnopqrstuv";
     std::random_device random;
-    std::string name;
+    std::string name = ".";
+    name.append(fileName).append(1, '.');
     for (int i = 0; i < 12; ++i)
         name += digits[random() % digits.size()];
-    return name;
+    return name.append(".part");
 }
 
 /// A link is followed, so that what it points at is replaced and not the link.
@@ -36,8 +38,7 @@ std::filesystem::path resolve(const std::filesystem::path& target) {
 } // namespace
 
 ReplacingFile::ReplacingFile(const std::filesystem::path& target)
-    : target_(resolve(target)),
-      temporary_(target_.parent_path() / ("." + target_.filename().string() + "." + randomName() + ".part")) {
+    : target_(resolve(target)), temporary_(target_.parent_path() / temporaryName(target_.filename().string())) {
     errno = 0;
     if (!std::ofstream(temporary_, std::ios::binary))
         throw IOException("File '" + target_.string() +

@@ -3,8 +3,10 @@
 #include "netcdffile.h"
 #include "replacingfile.h"
 
+#include "vorta/api/settingstext.h"
+
 #include <map>
-#include <string_view>
+#include <string>
 #include <vector>
 
 namespace Vorta::Vdf {
@@ -64,25 +66,42 @@ int defineTemperature(File& file, const char* name, const char* longName) {
     return variable;
 }
 
-/// Groups and attributes by path, since neither may hold a slash: "Filters/Contrast/Threshold" is the attribute
-/// "Threshold" of the group "/settings/Filters/Contrast".
-void defineSettings(File& file, const Settings& settings) {
-    std::map<std::string, int, std::less<>> groups;
-    groups[""] = file.makeGroup(File::root, Name::settings);
-    const auto groupOf = [&](std::string_view path) {
-        std::string prefix;
-        int group = groups[""];
-        for (auto slash = path.find('/'); slash != std::string_view::npos; slash = path.find('/', slash + 1)) {
-            const std::string name(
-                path.substr(prefix.empty() ? 0 : prefix.size() + 1, slash - (prefix.empty() ? 0 : prefix.size() + 1)));
-            prefix = path.substr(0, slash);
-            const auto known = groups.find(prefix);
-            group = known != groups.end() ? known->second : (groups[prefix] = file.makeGroup(group, name));
-        }
+/// The groups that hold the settings. Neither groups nor attributes may have a slash in their name, so
+/// "Filters/Contrast/Threshold" is the attribute "Threshold" of the group "/settings/Filters/Contrast".
+class SettingGroups {
+public:
+    explicit SettingGroups(File& file) : file_(file), root_(file.makeGroup(File::root, Name::settings)) {}
+
+    [[nodiscard]] int root() const noexcept { return root_; }
+
+    /// The group of all settings below `path`, made when it is first asked for.
+    int at(const std::string& path) {
+        const auto known = groups_.find(path);
+        if (known != groups_.end())
+            return known->second;
+        const std::string name = path.substr(path.rfind('/') + 1); // npos + 1 is 0
+        const int group = file_.makeGroup(parent(path), name);
+        groups_.emplace(path, group);
         return group;
-    };
+    }
+
+    int parent(const std::string& path) {
+        const auto slash = path.rfind('/');
+        return slash == std::string::npos ? root_ : at(path.substr(0, slash));
+    }
+
+private:
+    File& file_;
+    int root_;
+    std::map<std::string, int> groups_;
+};
+
+void defineSettings(File& file, const Settings& settings) {
+    SettingGroups groups(file);
+    file.setText(groups.root(), File::global, Name::settingsText, settingsText(settings));
     const auto store = [&](const auto& setting) {
-        file.setText(groupOf(setting.path), File::global, std::string(setting.name), setting.toString());
+        file.setText(groups.parent(std::string(setting.path)), File::global, std::string(setting.name),
+                     setting.toString());
     };
     settings.visit(store);
     settings.getSettingsInternal().visit(store);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "vorta/api/application.h"
+#include "vorta/common/settings.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Vorta::Tool {
+
+/// The file of the driver that the settings choose: beside this program, or in the folder "bin" below that. Throws
+/// IOException when it is in neither place.
+[[nodiscard]] std::filesystem::path findDriver(const Settings& settings);
+
+/// The cameras that the chosen driver finds now, ordered by serial number.
+[[nodiscard]] std::vector<Camera> findCameras(Application& application, const Settings& settings);
+
+/// The camera of that serial number, or the first one when it is empty. Throws RuntimeException when there is none.
+[[nodiscard]] Camera chooseCamera(const std::vector<Camera>& cameras, const std::string& serialNumber);
+
+} // namespace Vorta::Tool
