@@ -100,13 +100,23 @@ void CloudGrid::subsample(const CloudGrid& source, std::size_t stride) {
     reserve(columns * rows, columns);
     std::uint32_t* cell = cells_.data();
     for (std::size_t row = 0; row < source.height_; row += stride) {
-        const std::uint32_t* from = source.cells_.data() + row * source.width_;
         for (std::size_t column = 0; column < source.width_; column += stride, ++cell) {
-            *cell = from[column] == noVertex ? noVertex : static_cast<std::uint32_t>(count_);
-            if (from[column] != noVertex)
-                vertices_[count_++] = source.vertices_[from[column]];
+            const std::uint32_t vertex = source.anyOfBlock(row, column, stride);
+            *cell = vertex == noVertex ? noVertex : static_cast<std::uint32_t>(count_);
+            if (vertex != noVertex)
+                vertices_[count_++] = source.vertices_[vertex];
         }
     }
+}
+
+std::uint32_t CloudGrid::anyOfBlock(std::size_t row, std::size_t column, std::size_t stride) const noexcept {
+    const std::size_t lastRow = std::min(row + stride, height_);
+    const std::size_t lastColumn = std::min(column + stride, width_);
+    for (std::size_t r = row; r < lastRow; ++r)
+        for (std::size_t c = column; c < lastColumn; ++c)
+            if (const std::uint32_t vertex = cells_[r * width_ + c]; vertex != noVertex)
+                return vertex;
+    return noVertex;
 }
 
 CloudBounds::Vector CloudBounds::centre() const noexcept {

@@ -34,7 +34,8 @@ public:
     /// that does not divide the number of points, they have no neighbours.
     void assign(std::span<const Point> points, std::size_t width);
 
-    /// Takes every `stride`-th row and column of `source`, or every stride x stride-th of points without neighbours.
+    /// Takes one point of every stride x stride block of `source`: its first, or where that is missing another one of
+    /// the block. Of points without neighbours every stride x stride-th.
     void subsample(const CloudGrid& source, std::size_t stride);
 
     [[nodiscard]] std::span<const CloudVertex> vertices() const noexcept { return {vertices_.data(), count_}; }
@@ -47,6 +48,7 @@ public:
 
 private:
     void reserve(std::size_t points, std::size_t width);
+    [[nodiscard]] std::uint32_t anyOfBlock(std::size_t row, std::size_t column, std::size_t stride) const noexcept;
 
     /// Only the first count_ hold points: shrinking and growing would write the memory each time.
     std::vector<CloudVertex> vertices_;

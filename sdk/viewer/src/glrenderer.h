@@ -38,6 +38,8 @@ struct FrameSettings {
     /// Range of z in the camera's frame that depth colours span.
     float nearestZ = 0.0F;
     float farthestZ = 1.0F;
+
+    [[nodiscard]] bool operator==(const FrameSettings&) const = default;
 };
 
 /// An OpenGL 3.3 core context on somebody's window with the cloud in its memory. Frees all of it when destroyed, which

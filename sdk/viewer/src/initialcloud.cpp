@@ -48,10 +48,17 @@ void addLine(std::vector<Point>& points, const Vector& from, const Vector& to, c
     }
 }
 
+/// u runs to the right along the table, v away from the camera.
+Vector onTable(double u, double v) {
+    return {middle[0] + u, middle[1] - cosTilt * v, middle[2] + sinTilt * v};
+}
+
 /// Several lines close beside each other.
 void addBar(std::vector<Point>& points, const Vector& direction, const Rgb& color) {
-    const Vector to{middle[0] + axisLength * direction[0], middle[1] + axisLength * direction[1],
-                    middle[2] + axisLength * direction[2]};
+    // At the table's near left corner, where the axis that points away is not seen end on.
+    const Vector from = onTable(-halfTable, -halfTable);
+    const Vector to{from[0] + axisLength * direction[0], from[1] + axisLength * direction[1],
+                    from[2] + axisLength * direction[2]};
     for (int i = -2; i <= 2; ++i) {
         for (int j = -2; j <= 2; ++j) {
             // Shifts across the bar, whichever axis it follows.
@@ -59,15 +66,10 @@ void addBar(std::vector<Point>& points, const Vector& direction, const Rgb& colo
             const double b = j * initialCloudSpacing;
             const Vector shift{direction[0] != 0.0 ? 0.0 : a, direction[1] != 0.0 ? 0.0 : (direction[0] != 0.0 ? a : b),
                                direction[2] != 0.0 ? 0.0 : b};
-            addLine(points, {middle[0] + shift[0], middle[1] + shift[1], middle[2] + shift[2]},
+            addLine(points, {from[0] + shift[0], from[1] + shift[1], from[2] + shift[2]},
                     {to[0] + shift[0], to[1] + shift[1], to[2] + shift[2]}, color);
         }
     }
-}
-
-/// u runs to the right along the table, v away from the camera.
-Vector onTable(double u, double v) {
-    return {middle[0] + u, middle[1] - cosTilt * v, middle[2] + sinTilt * v};
 }
 
 } // namespace

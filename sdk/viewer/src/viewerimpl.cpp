@@ -21,6 +21,9 @@ constexpr const char* logSource = "VortaViewerLib/VortaViewer";
 constexpr int refineDelayMs = 150;
 /// Clouds that follow each other more quickly than this are drawn as moving ones, ms.
 constexpr int streamingGapMs = 700;
+constexpr int streamingClouds = 3;
+/// How many points the initial view is fitted to.
+constexpr std::size_t fitPoints = 20'000;
 /// What drawing is expected to cost on the processor until it has been measured, ns.
 constexpr double softwarePointNs = 100.0;
 constexpr double softwareMeshPointNs = 150.0;
@@ -82,6 +85,7 @@ bool VortaViewer::Impl::ensureRenderer() {
 
 void VortaViewer::Impl::releaseRenderer() {
     refine_.stop();
+    shown_.reset();
     renderer_.reset();
     fullUploaded_ = false;
     fullMeshed_ = false;
@@ -95,7 +99,7 @@ bool VortaViewer::Impl::eventFilter(QObject* watched, QEvent* event) {
         if (surface->surfaceEventType() == QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
             releaseRenderer();
     } else if (watched == window_ && event->type() == QEvent::Expose && window_->isExposed()) {
-        static_cast<void>(drawFrame(true));
+        static_cast<void>(drawFrame(true, true));
     }
     return QObject::eventFilter(watched, event);
 }
@@ -123,24 +127,30 @@ std::optional<double> VortaViewer::Impl::depthAtPixel(double x, double y) {
 }
 
 void VortaViewer::Impl::initializeView() {
-    fittedTo_ = bounds_;
-    if (bounds_)
-        fitView(*bounds_);
-    else
-        trackball_->setView({0.0, 0.0, 0.0}, 1.0);
+    fittedTo_.clear();
+    fittedCentre_ = bounds_ ? bounds_->centre() : VTrackBall::Vector{};
+    const auto vertices = full_.vertices();
+    const std::size_t step = std::max<std::size_t>(1, vertices.size() / fitPoints);
+    for (std::size_t i = 0; i < vertices.size(); i += step)
+        fittedTo_.push_back(vertices[i]);
+    fitView();
 }
 
-void VortaViewer::Impl::fitView(const CloudBounds& bounds) {
-    trackball_->setView(bounds.centre(), fittingDistance(bounds, *trackball_));
+void VortaViewer::Impl::fitView() {
+    double distance = 1.0;
+    if (bounds_ && !fittedTo_.empty())
+        distance = std::max(fittingDistance(fittedTo_, fittedCentre_, *trackball_), bounds_->robustRadius());
+    trackball_->setView(fittedCentre_, distance);
 }
 
 bool VortaViewer::Impl::resize(unsigned width, unsigned height) {
     if (!renderer_ || width == 0 || height == 0)
         return false;
     trackball_->setViewport(width, height);
-    if (fittedTo_ && !trackball_->movedSinceSetView())
-        fitView(*fittedTo_);
+    if (!trackball_->movedSinceSetView())
+        fitView();
     resized_ = true;
+    shown_.reset();
     return true;
 }
 
@@ -174,8 +184,9 @@ void VortaViewer::Impl::setInitialCloud() {
 }
 
 void VortaViewer::Impl::cloudChanged(std::optional<double> spacing) {
-    streaming_ = sinceCloud_.isValid() && sinceCloud_.elapsed() < streamingGapMs;
+    quickClouds_ = sinceCloud_.isValid() && sinceCloud_.elapsed() < streamingGapMs ? quickClouds_ + 1 : 0;
     sinceCloud_.start();
+    shown_.reset();
     bounds_.reset();
     if (!full_.vertices().empty()) {
         bounds_ = boundsOf(full_);
@@ -192,7 +203,7 @@ void VortaViewer::Impl::cloudChanged(std::optional<double> spacing) {
 }
 
 bool VortaViewer::Impl::render() {
-    const bool moving = streaming_ || resized_ || trackball_->movements() != movementsDrawn_;
+    const bool moving = quickClouds_ >= streamingClouds || resized_ || trackball_->movements() != movementsDrawn_;
     return drawFrame(moving);
 }
 
@@ -203,7 +214,7 @@ std::size_t VortaViewer::Impl::strideFor(bool moving) {
     return budget.stride(full_.vertices().size());
 }
 
-bool VortaViewer::Impl::drawFrame(bool moving) {
+bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
     refine_.stop();
     if (!window_ || !window_->isExposed() || !ensureRenderer())
         return false;
@@ -211,25 +222,30 @@ bool VortaViewer::Impl::drawFrame(bool moving) {
     resized_ = false;
     const std::size_t stride = strideFor(moving);
     const CloudDetail detail = stride == 1 ? CloudDetail::Full : CloudDetail::Coarse;
-    if (!prepare(detail, stride)) {
-        releaseRenderer();
-        errorText_ = "The graphics driver has given the 3D view's context up.";
-        return false;
-    }
-    QElapsedTimer clock;
-    clock.start();
+    if (!prepare(detail, stride))
+        return contextLost();
     const FrameSettings frame = frameSettings(detail);
-    if (!renderer_->drawToWindow(frame)) {
-        releaseRenderer();
-        errorText_ = "The graphics driver has given the 3D view's context up.";
-        return false;
+    if (uncovered || shown_ != frame) {
+        QElapsedTimer clock;
+        clock.start();
+        if (!renderer_->drawToWindow(frame))
+            return contextLost();
+        shown_ = frame;
+        const CloudGrid& drawn = detail == CloudDetail::Full ? full_ : coarse_;
+        FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
+        budget.measured(drawn.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
     }
-    const CloudGrid& drawn = detail == CloudDetail::Full ? full_ : coarse_;
-    FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
-    budget.measured(drawn.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
     if (stride > 1)
         refine_.start();
     return true;
+}
+
+/// The next frame starts with a context made anew.
+bool VortaViewer::Impl::contextLost() {
+    releaseRenderer();
+    errorText_ = "The graphics driver has given up the 3D view's context.";
+    Log::warning(logSource, __LINE__, "%s", errorText_);
+    return false;
 }
 
 bool VortaViewer::Impl::prepare(CloudDetail detail, std::size_t stride) {

@@ -55,8 +55,9 @@ private:
     bool ensureRenderer();
     void releaseRenderer();
     void cloudChanged(std::optional<double> spacing);
-    void fitView(const CloudBounds& bounds);
-    [[nodiscard]] bool drawFrame(bool moving);
+    void fitView();
+    [[nodiscard]] bool drawFrame(bool moving, bool uncovered = false);
+    [[nodiscard]] bool contextLost();
     [[nodiscard]] std::size_t strideFor(bool moving);
     [[nodiscard]] bool prepare(CloudDetail detail, std::size_t stride);
     [[nodiscard]] FrameSettings frameSettings(CloudDetail detail) const;
@@ -85,8 +86,9 @@ private:
     std::size_t gridWidth_ = 0;
     /// Of full_; nothing while it has no points.
     std::optional<CloudBounds> bounds_;
-    /// What the initial view was fitted to.
-    std::optional<CloudBounds> fittedTo_;
+    /// What the initial view was fitted to: the centre, and some of the points; none without a cloud.
+    VTrackBall::Vector fittedCentre_{};
+    std::vector<CloudVertex> fittedTo_;
 
     /// What the graphics memory lacks.
     bool fullUploaded_ = false;
@@ -99,9 +101,11 @@ private:
     FrameBudget meshBudget_{0.0};
     std::uint64_t movementsDrawn_ = 0;
     bool resized_ = false;
+    /// What the window shows; nothing when it shows another cloud or size.
+    std::optional<FrameSettings> shown_;
     QElapsedTimer sinceCloud_;
-    /// Whether the newest cloud followed quickly on another.
-    bool streaming_ = false;
+    /// How many clouds have followed quickly on one another.
+    int quickClouds_ = 0;
     QTimer refine_;
 };
 

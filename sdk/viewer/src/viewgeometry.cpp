@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 namespace Vorta {
 
 namespace {
 
 /// Share of the window that a fitted cloud fills.
-constexpr double fitShare = 0.94;
+constexpr double fitShare = 0.92;
 /// The near plane stands no nearer than this share of the farthest robust point, and the far plane no farther than the
 /// inverse ratio beyond it, so that depths at the cloud resolve to better than a ten-thousandth.
 constexpr double nearShare = 1e-3;
@@ -18,16 +20,20 @@ constexpr double pickRadius = 12.0;
 
 } // namespace
 
-double fittingDistance(const CloudBounds& bounds, const VTrackBall& view) {
-    const CloudBounds::Vector centre = bounds.centre();
+double fittingDistance(std::span<const CloudVertex> sample, const VTrackBall::Vector& centre, const VTrackBall& view) {
     const double perX = view.focalLength() / (0.5 * fitShare * view.width());
     const double perY = view.focalLength() / (0.5 * fitShare * view.height());
-    const double halfX = bounds.robustMaximum[0] - centre[0];
-    const double halfY = bounds.robustMaximum[1] - centre[1];
-    const double halfZ = bounds.robustMaximum[2] - centre[2];
-    // The corners towards the eye are the widest.
-    const double distance = halfZ + std::max(halfX * perX, halfY * perY);
-    return std::max(distance, 2.0 * bounds.robustRadius());
+    std::vector<double> distances;
+    distances.reserve(sample.size());
+    for (const CloudVertex& v : sample) {
+        const double x = std::abs(static_cast<double>(v.x) - centre[0]);
+        const double y = std::abs(static_cast<double>(v.y) - centre[1]);
+        // With the centre this far away, the point stands at the margin.
+        distances.push_back(std::max(x * perX, y * perY) - (static_cast<double>(v.z) - centre[2]));
+    }
+    const auto index = static_cast<std::ptrdiff_t>(0.99 * static_cast<double>(distances.size() - 1));
+    std::nth_element(distances.begin(), distances.begin() + index, distances.end());
+    return distances[static_cast<std::size_t>(index)];
 }
 
 ClipPlanes clipPlanes(const CloudBounds& bounds, const VTrackBall& view) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <span>
 
 namespace Vorta {
 
@@ -16,9 +17,10 @@ struct ClipPlanes {
     double farthest = 2.0;
 };
 
-/// Distance of the bounds' centre at which the robust box, seen along the camera's axis, fills the window up to a small
-/// margin.
-[[nodiscard]] double fittingDistance(const CloudBounds& bounds, const VTrackBall& view);
+/// Distance of `centre` at which the points of `sample` but for 1 % of them, seen along the camera's axis, fill the
+/// window up to a small margin. `sample` is not empty.
+[[nodiscard]] double fittingDistance(std::span<const CloudVertex> sample, const VTrackBall::Vector& centre,
+                                     const VTrackBall& view);
 
 /// Planes in front of and behind everything, as far as a 24-bit depth buffer can resolve the cloud between them:
 /// outliers far away are cut off rather than the cloud made to flicker.
