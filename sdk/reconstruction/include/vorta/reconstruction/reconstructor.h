@@ -28,8 +28,8 @@ struct Parameters {
     double minBitDifference = 3.0; ///< grey levels, 1 to 255; a pattern and its inverse closer than this are no bit
     std::uint8_t saturationLevel = 255; ///< grey level from which a pixel counts as saturated
     bool rejectSaturated = true;        ///< whether points with a saturated phase image are invalid
-    double redBalance = 1.0;            ///< gain of the red channel, 0 to 64
-    double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 64
+    double redBalance = 1.0;            ///< gain of the red channel, 0 to 16
+    double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 16
     double blackLevel = 0.0;            ///< grey level of an unlit pixel, 0 to 255; subtracted from the colour
 };
 
@@ -63,8 +63,8 @@ public:
 
     [[nodiscard]] const SequenceLayout& layout() const noexcept;
 
-    /// Takes another calibration of the same camera and projector size, for instance after a change of temperature.
-    /// Throws as the constructor does, and then keeps the earlier one.
+    /// Takes another calibration of the head, for instance after a change of temperature. Throws as the constructor
+    /// does, and then keeps the earlier one.
     void setCalibration(const Driver::Calibration& calibration);
 
     /// Computes one point per camera pixel. `out` is written in place when it has the camera's size already (and is

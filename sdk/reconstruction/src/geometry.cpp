@@ -1,0 +1,108 @@
+#include "geometry.h"
+
+#include "epipolar.h"
+
+#include "vorta/common/exceptions.h"
+#include "vorta/reconstruction/projection.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace Vorta::Reconstruction {
+
+namespace {
+
+constexpr int maxRefinements = 12;
+constexpr double acceptedErrorPx = 1e-3;
+constexpr double requiredErrorPx = 1e-4; // leaves room for single precision
+
+void check(const Driver::PinholeModel& model, const char* name) {
+    if (model.width == 0 || model.height == 0)
+        throw ArgumentInvalidException("The calibration has a device without pixels.", name);
+    const std::array lens{model.fx, model.fy, model.cx, model.cy, model.k1, model.k2, model.p1, model.p2, model.k3};
+    if (!std::ranges::all_of(lens, [](double value) { return std::isfinite(value); }))
+        throw ArgumentInvalidException("The calibration has a lens value that is no number.", name);
+    if (model.fx <= 0.0 || model.fy <= 0.0)
+        throw ArgumentInvalidException("The calibration has a focal length that is not positive.", name);
+}
+
+template <typename T>
+ColumnGeometry<T> makeGeometry(const Driver::Calibration& calibration, int refinements) {
+    const Driver::PinholeModel& p = calibration.projector;
+    ColumnGeometry<T> g;
+    std::ranges::transform(calibration.rotation, g.r, [](double value) { return static_cast<T>(value); });
+    std::ranges::transform(calibration.translationMm, g.t, [](double value) { return static_cast<T>(value); });
+    g.k1 = static_cast<T>(p.k1);
+    g.k2 = static_cast<T>(p.k2);
+    g.k3 = static_cast<T>(p.k3);
+    g.p1 = static_cast<T>(p.p1);
+    g.p2 = static_cast<T>(p.p2);
+    // The edge of line 0 is at pixel coordinate -0.5.
+    g.scale = static_cast<T>(1.0 / p.fx);
+    g.offset = static_cast<T>((-0.5 - p.cx) / p.fx);
+    g.rowScale = static_cast<T>(p.fy);
+    g.rowOffset = static_cast<T>(p.cy + 0.5);
+    g.rowMinimum = static_cast<T>(-rowMargin);
+    g.rowMaximum = static_cast<T>(static_cast<double>(p.height) + rowMargin);
+    g.lineCount = static_cast<T>(p.width);
+    g.residual = static_cast<T>(acceptedErrorPx / p.fx);
+    g.refinements = refinements;
+    return g;
+}
+
+/// Whether the search converges for all columns on a grid of rays, wherever they meet inside the projector's area.
+bool converges(const Driver::Calibration& calibration, int refinements) {
+    constexpr std::size_t samples = 16;
+    const ColumnGeometry<double> g = makeGeometry<double>(calibration, refinements);
+    const auto sample = [](std::size_t index, double extent) {
+        return extent * static_cast<double>(index) / static_cast<double>(samples);
+    };
+    for (std::size_t i = 0; i <= samples; ++i) {
+        for (std::size_t j = 0; j <= samples; ++j) {
+            // A point of the projector's area, seen by some camera pixel at depth 1: the ray is rotated back from it.
+            const ImagePoint q = unproject(calibration.projector,
+                                           {.x = sample(i, static_cast<double>(calibration.projector.width)) - 0.5,
+                                            .y = sample(j, static_cast<double>(calibration.projector.height)) - 0.5});
+            const double infinity = g.r[2] * q.x + g.r[5] * q.y + g.r[8];
+            if (!(infinity > 0.0))
+                continue;
+            const double a = (g.r[0] * q.x + g.r[3] * q.y + g.r[6]) / infinity;
+            const double b = (g.r[1] * q.x + g.r[4] * q.y + g.r[7]) / infinity;
+            for (std::size_t c = 0; c <= samples; ++c) {
+                const Crossing<double> crossing = cross(g, a, b, sample(c, g.lineCount));
+                const bool inside = crossing.row >= g.rowMinimum && crossing.row <= g.rowMaximum;
+                if (inside && !(crossing.error < requiredErrorPx * g.scale))
+                    return false;
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration) {
+    check(calibration.camera, "camera");
+    check(calibration.projector, "projector");
+    const auto finite = [](double value) { return std::isfinite(value); };
+    if (!std::ranges::all_of(calibration.rotation, finite))
+        throw ArgumentInvalidException("The calibration has a rotation that is no number.", "rotation");
+    if (!std::ranges::all_of(calibration.translationMm, finite) || calibration.translationMm[0] == 0.0)
+        throw ArgumentInvalidException("The calibration has no baseline across the projector's columns.",
+                                       "translationMm");
+    for (int refinements = 0; refinements <= maxRefinements; ++refinements)
+        if (converges(calibration, refinements))
+            return makeGeometry<float>(calibration, refinements);
+    throw ArgumentInvalidException("The projector's lens model cannot be inverted over its area.", "projector");
+}
+
+void rayRow(const Driver::PinholeModel& camera, std::size_t row, float* x, float* y) {
+    for (std::size_t column = 0; column < camera.width; ++column) {
+        const ImagePoint ray = unproject(camera, {.x = static_cast<double>(column), .y = static_cast<double>(row)});
+        x[column] = static_cast<float>(ray.x);
+        y[column] = static_cast<float>(ray.y);
+    }
+}
+
+} // namespace Vorta::Reconstruction

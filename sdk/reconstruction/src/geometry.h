@@ -1,0 +1,44 @@
+#pragma once
+
+#include "vorta/driver/calibration.h"
+
+#include <cstddef>
+
+namespace Vorta::Reconstruction {
+
+/// What triangulating against projector columns needs of a calibration, in the arithmetic T of the pixel loops.
+///
+/// With the camera ray d = (a, b, 1), a point at depth Z is Z d in the camera and Z D + t in the projector, D = R d.
+/// Its image in the projector's normalised plane runs along the epipolar line l . (x, y, 1) = 0, l = t x D (Hartley and
+/// Zisserman, "Multiple View Geometry in Computer Vision", 2nd edition, section 9.2), hence
+///
+///     y = -(l1 x + l3) / l2,    Z = (tx - x tz) / (x D3 - D1).
+///
+/// The measured column gives the distorted coordinate x', and x solves distort(x, y(x)).x = x' along the line. One
+/// Newton step from x = x' and `refinements` more with its slope find x; `residual` bounds what is left.
+template <typename T>
+struct ColumnGeometry {
+    T r[9]{};                       // rotation, row-major
+    T t[3]{};                       // translation in mm
+    T k1{}, k2{}, k3{}, p1{}, p2{}; // of the projector
+    T scale{}, offset{};            // x' = position * scale + offset, position counted from the left edge of column 0
+    T rowScale{}, rowOffset{};      // row = y' * rowScale + rowOffset, counted from the top edge of row 0
+    T rowMinimum{}, rowMaximum{};
+    T lineCount{}; // columns
+    T residual{};  // largest accepted |distort(x, y).x - x'|
+    int refinements = 0;
+};
+
+/// Rows by which a point may miss the projector's area: epipolar errors of a real calibration stay well below.
+inline constexpr double rowMargin = 1.0;
+
+/// Depth in mm from which a crossing counts as none.
+inline constexpr double maxDepthMm = 1.0e6;
+
+/// The geometry of a calibration. Throws ArgumentInvalidException as the Reconstructor's constructor does.
+[[nodiscard]] ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration);
+
+/// Fills one row of camera rays, `x` and `y` of the directions (x, y, 1) at the pixels of row `row`.
+void rayRow(const Driver::PinholeModel& camera, std::size_t row, float* x, float* y);
+
+} // namespace Vorta::Reconstruction
