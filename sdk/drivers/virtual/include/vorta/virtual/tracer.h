@@ -1,0 +1,41 @@
+#pragma once
+
+#include "vorta/virtual/scene.h"
+#include "vorta/virtual/vec3.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+
+namespace Vorta::Virtual {
+
+/// Where a ray meets a surface, in camera coordinates.
+struct Hit {
+    Vec3 position;        ///< mm
+    Vec3 normal;          ///< unit length, for shading, towards the ray's origin
+    Vec3 geometricNormal; ///< unit length, of the surface itself, towards the ray's origin
+    std::size_t object = 0;
+};
+
+/// Finds what rays meet in a scene. Immutable: any number of threads may ask at the same time.
+class Tracer {
+public:
+    /// Throws RuntimeException when the ray tracing library refuses.
+    explicit Tracer(const Scene& scene);
+    ~Tracer();
+    Tracer(const Tracer&) = delete;
+    Tracer& operator=(const Tracer&) = delete;
+
+    /// The nearest surface from `origin` along the unit vector `direction`. The library finds which primitive it is in
+    /// single precision; the point on it is computed in double precision.
+    [[nodiscard]] std::optional<Hit> intersect(Vec3 origin, Vec3 direction) const;
+
+    /// Whether anything lies between two points; surfaces within 0.02 mm of either end do not count.
+    [[nodiscard]] bool isBlocked(Vec3 from, Vec3 to) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace Vorta::Virtual

@@ -1,0 +1,184 @@
+#include "vorta/virtual/headfile.h"
+
+#include "vorta/virtual/vec3.h"
+#include "vorta/virtual/yamlmap.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string_view>
+
+namespace Vorta::Virtual {
+
+namespace {
+
+constexpr Limits fraction{.minimum = 0.0, .maximum = 1.0};
+constexpr Limits positive{.minimum = 1e-6, .maximum = 1e9};
+constexpr Limits nonNegative{.minimum = 0.0, .maximum = 1e9};
+constexpr Limits celsius{.minimum = -100.0, .maximum = 200.0};
+
+void readIdentity(const YamlMap& yaml, HeadDescription& head) {
+    static constexpr std::array<std::string_view, 4> drivers{"ToshibaTeli", "IDS", "PtGrey", "NetCDF"};
+    static constexpr std::array<std::string_view, 4> revisions{"Rev0", "Rev1", "Rev2", "Rev3"};
+    head.driver = drivers[yaml.choice("driver", 0, drivers)];
+    head.identity.modelName = yaml.text("model", "VORTA Virtual");
+    head.identity.serialNumber = yaml.text("serialNumber", "");
+    if (head.identity.serialNumber.empty())
+        yaml.fail("a head needs a 'serialNumber'.");
+    head.identity.firmwareVersion = yaml.text("firmware", "VORTA 0.9.21");
+    head.identity.productRevision = revisions[yaml.choice("productRevision", 3, revisions)];
+}
+
+// Sensor and projector size come first: the default calibration depends on them.
+void readSensor(const YamlMap& yaml, HeadDescription& head, Driver::PinholeModel& size) {
+    // In the order of Driver::BayerLayout.
+    static constexpr std::array<std::string_view, 4> layouts{"GRBG", "RGGB", "BGGR", "GBRG"};
+    size.width = yaml.count("width", size.width, 16, 8192);
+    size.height = yaml.count("height", size.height, 16, 8192);
+    head.bayerLayout = static_cast<Driver::BayerLayout>(yaml.choice("bayerLayout", 2, layouts));
+    SensorModel& sensor = head.sensor;
+    sensor.sensitivity = yaml.number("sensitivity", sensor.sensitivity, nonNegative);
+    const std::vector<double> response = yaml.numbers("response", {1.0, 1.0, 1.0}, nonNegative);
+    std::copy(response.begin(), response.end(), sensor.response.begin());
+    sensor.noise = yaml.flag("noise", sensor.noise);
+    sensor.fullWellElectrons = yaml.number("fullWell", sensor.fullWellElectrons, positive);
+    sensor.readNoiseElectrons = yaml.number("readNoise", sensor.readNoiseElectrons, nonNegative);
+    sensor.vignetting = yaml.number("vignetting", sensor.vignetting, fraction);
+    head.optics.cameraFocusMm = yaml.number("focus", head.optics.cameraFocusMm, positive);
+    head.optics.cameraApertureMm = yaml.number("aperture", head.optics.cameraApertureMm, nonNegative);
+    yaml.finish();
+}
+
+void readProjector(const YamlMap& yaml, OpticsModel& optics, Driver::PinholeModel& size) {
+    size.width = yaml.count("width", size.width, 16, 4096);
+    size.height = yaml.count("height", size.height, 16, 4096);
+    optics.projectorFocusMm = yaml.number("focus", optics.projectorFocusMm, positive);
+    optics.projectorApertureMm = yaml.number("aperture", optics.projectorApertureMm, nonNegative);
+    optics.projectorSoftness = yaml.number("softness", optics.projectorSoftness, nonNegative);
+    optics.projectorVignetting = yaml.number("vignetting", optics.projectorVignetting, fraction);
+    optics.projectorContrast = yaml.number("contrast", optics.projectorContrast, {.minimum = 1.0, .maximum = 1e9});
+    yaml.finish();
+}
+
+void readPinhole(const YamlMap& yaml, Driver::PinholeModel& model) {
+    const std::vector<double> focal = yaml.numbers("focal", {model.fx, model.fy}, positive);
+    const std::vector<double> centre = yaml.numbers("centre", {model.cx, model.cy});
+    const std::vector<double> lens =
+        yaml.numbers("distortion", {model.k1, model.k2, model.p1, model.p2, model.k3}, {.minimum = -10, .maximum = 10});
+    model.fx = focal[0];
+    model.fy = focal[1];
+    model.cx = centre[0];
+    model.cy = centre[1];
+    model.k1 = lens[0];
+    model.k2 = lens[1];
+    model.p1 = lens[2];
+    model.p2 = lens[3];
+    model.k3 = lens[4];
+    yaml.finish();
+}
+
+void checkRotation(const YamlMap& yaml, const Rotation& rotation) {
+    const Rotation product = rotation * rotation.inverse();
+    double error = std::abs(dot(cross(rotation.row(0), rotation.row(1)), rotation.row(2)) - 1.0);
+    for (std::size_t i = 0; i < 9; ++i)
+        error = std::max(error, std::abs(product.m[i] - (i % 4 == 0 ? 1.0 : 0.0)));
+    if (error > 1e-6)
+        yaml.fail("rotation", "'rotation' is not a rotation matrix: its rows must be orthonormal and right-handed.");
+}
+
+void readCalibration(const YamlMap& yaml, Driver::Calibration& calibration) {
+    if (const auto camera = yaml.map("camera"))
+        readPinhole(*camera, calibration.camera);
+    if (const auto projector = yaml.map("projector"))
+        readPinhole(*projector, calibration.projector);
+    const auto& r = calibration.rotation;
+    const std::vector<double> rotation = yaml.numbers("rotation", {r.begin(), r.end()});
+    std::copy(rotation.begin(), rotation.end(), calibration.rotation.begin());
+    checkRotation(yaml, {calibration.rotation});
+    const auto& t = calibration.translationMm;
+    const std::vector<double> translation = yaml.numbers("translation", {t.begin(), t.end()});
+    std::copy(translation.begin(), translation.end(), calibration.translationMm.begin());
+    yaml.finish();
+}
+
+void readTemperatures(const YamlMap& yaml, Driver::Temperatures& temperatures) {
+    temperatures.head = yaml.number("head", temperatures.head, celsius);
+    const auto optional = [&](std::string_view key, std::optional<double>& value) {
+        if (yaml.has(key))
+            value = yaml.number(key, 0.0, celsius);
+    };
+    optional("lens", temperatures.lens);
+    optional("led", temperatures.led);
+    optional("pcb", temperatures.pcb);
+    optional("dmd", temperatures.dmd);
+    yaml.finish();
+}
+
+} // namespace
+
+Driver::Calibration defaultCalibration(std::size_t cameraWidth, std::size_t cameraHeight, std::size_t projectorWidth,
+                                       std::size_t projectorHeight) {
+    const auto half = [](std::size_t pixels) { return 0.5 * (static_cast<double>(pixels) - 1.0); };
+    Driver::Calibration calibration;
+    // Both directions share one scale, so that pixels stay square on every sensor shape.
+    const double cameraFocal = 2400.0 * static_cast<double>(cameraWidth) / 1944.0;
+    calibration.camera = {.width = cameraWidth,
+                          .height = cameraHeight,
+                          .fx = cameraFocal,
+                          .fy = cameraFocal,
+                          .cx = half(cameraWidth),
+                          .cy = half(cameraHeight),
+                          .k1 = -0.08,
+                          .k2 = 0.05,
+                          .p1 = 0.0004,
+                          .p2 = -0.0003};
+    const double projectorFocal = 1130.0 * static_cast<double>(projectorWidth) / 1024.0;
+    calibration.projector = {.width = projectorWidth,
+                             .height = projectorHeight,
+                             .fx = projectorFocal,
+                             .fy = projectorFocal,
+                             .cx = half(projectorWidth),
+                             .cy = half(projectorHeight),
+                             .k1 = -0.03,
+                             .k2 = 0.01,
+                             .p1 = -0.0002,
+                             .p2 = 0.0002};
+    // The projector stands 200 mm to the right and is turned to meet the camera's axis at about 720 mm.
+    const Rotation rotation = Rotation::fromDegrees({0.0, 15.5, 0.0});
+    const Vec3 translation = -(rotation * Vec3{200.0, 0.0, 0.0});
+    calibration.rotation = rotation.m;
+    calibration.translationMm = {translation.x, translation.y, translation.z};
+    return calibration;
+}
+
+HeadDescription loadHead(const std::filesystem::path& file) {
+    const YamlMap yaml = YamlMap::load(file);
+    HeadDescription head;
+    head.file = file;
+    readIdentity(yaml, head);
+    const std::string scene = yaml.text("scene", "");
+    if (scene.empty())
+        yaml.fail("a head needs a 'scene' file.");
+    head.sceneFile = file.parent_path() / scene;
+    head.seed = yaml.count("seed", head.seed, 0, std::numeric_limits<std::uint64_t>::max());
+
+    Driver::PinholeModel camera{.width = 1944, .height = 1200};
+    Driver::PinholeModel projector{.width = 1024, .height = 768};
+    if (const auto sensor = yaml.map("sensor"))
+        readSensor(*sensor, head, camera);
+    if (const auto part = yaml.map("projector"))
+        readProjector(*part, head.optics, projector);
+    head.calibration = defaultCalibration(camera.width, camera.height, projector.width, projector.height);
+    if (const auto calibration = yaml.map("calibration"))
+        readCalibration(*calibration, head.calibration);
+
+    head.temperatures = {.head = 35.0, .lens = 33.0, .led = 46.0, .pcb = 41.0, .dmd = 39.0};
+    if (const auto temperatures = yaml.map("temperatures")) {
+        head.temperatures = {.head = 35.0, .lens = {}, .led = {}, .pcb = {}, .dmd = {}};
+        readTemperatures(*temperatures, head.temperatures);
+    }
+    yaml.finish();
+    return head;
+}
+
+} // namespace Vorta::Virtual
