@@ -1,0 +1,141 @@
+#include "support/modaldriver.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QEvent>
+#include <QFileDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace Vorta::Test {
+
+namespace {
+
+constexpr int pollIntervalMs = 10;
+
+QString withoutMnemonic(QString text) {
+    return text.remove(QLatin1Char('&'));
+}
+
+QString labelTexts(const QWidget& box) {
+    QStringList texts;
+    for (const QLabel* label : box.findChildren<QLabel*>())
+        if (label->isVisible() && !label->text().isEmpty())
+            texts << label->text();
+    return texts.join(QLatin1Char('\n'));
+}
+
+ModalDriver::Box read(const QWidget& box) {
+    ModalDriver::Box seen;
+    seen.objectName = box.objectName();
+    seen.title = box.windowTitle();
+    seen.parent = box.parentWidget();
+    const auto* message = qobject_cast<const QMessageBox*>(&box);
+    seen.text = message ? message->text() : labelTexts(box);
+    if (message)
+        seen.informativeText = message->informativeText();
+    for (const QAbstractButton* button : box.findChildren<QAbstractButton*>()) {
+        if (button->isVisible() && !button->text().isEmpty())
+            seen.buttons << withoutMnemonic(button->text());
+        const auto* push = qobject_cast<const QPushButton*>(button);
+        if (push && push->isDefault())
+            seen.defaultButton = withoutMnemonic(push->text());
+    }
+    return seen;
+}
+
+void cancel(QWidget& box) {
+    if (auto* dialog = qobject_cast<QDialog*>(&box))
+        dialog->reject();
+    else
+        box.close();
+}
+
+void click(QWidget& box, const QString& name) {
+    for (QAbstractButton* button : box.findChildren<QAbstractButton*>()) {
+        if (withoutMnemonic(button->text()) != withoutMnemonic(name) && button->objectName() != name)
+            continue;
+        if (!button->isEnabled() || !button->isVisible())
+            break;
+        QTest::mouseClick(button, Qt::LeftButton);
+        return;
+    }
+    ADD_FAILURE() << "the box \"" << qPrintable(box.windowTitle()) << "\" has no button \"" << qPrintable(name)
+                  << "\" to click; it has: " << qPrintable(read(box).buttons.join(QStringLiteral(", ")));
+    cancel(box);
+}
+
+void chooseFile(QWidget& box, const QString& path) {
+    auto* dialog = qobject_cast<QFileDialog*>(&box);
+    auto* edit = box.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (!dialog || !edit) {
+        ADD_FAILURE() << "the box \"" << qPrintable(box.windowTitle()) << "\" is not a file dialog";
+        cancel(box);
+        return;
+    }
+    edit->setText(path);
+    QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+}
+
+} // namespace
+
+ModalDriver::ModalDriver() {
+    QObject::connect(&timer_, &QTimer::timeout, this, [this] { poll(); });
+    timer_.start(pollIntervalMs);
+}
+
+ModalDriver::~ModalDriver() {
+    if (!steps_.empty())
+        ADD_FAILURE() << steps_.size() << " expected modal boxes did not appear";
+}
+
+ModalDriver& ModalDriver::thenClick(const QString& button) {
+    return then([button](QWidget& box) { click(box, button); });
+}
+
+ModalDriver& ModalDriver::thenChooseFile(const QString& path) {
+    return then([path](QWidget& box) { chooseFile(box, path); });
+}
+
+ModalDriver& ModalDriver::thenCancel() {
+    return then([](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); });
+}
+
+ModalDriver& ModalDriver::then(std::function<void(QWidget&)> step) {
+    steps_.push_back(std::move(step));
+    return *this;
+}
+
+bool ModalDriver::eventFilter(QObject* watched, QEvent* event) {
+    // The same dialog object may be opened again: once hidden it counts as a new box.
+    if (event->type() == QEvent::Hide && watched == handled_)
+        handled_ = nullptr;
+    return QObject::eventFilter(watched, event);
+}
+
+void ModalDriver::poll() {
+    QWidget* box = QApplication::activeModalWidget();
+    if (!box || box == handled_ || !box->isVisible())
+        return;
+    handled_ = box;
+    box->installEventFilter(this);
+    seen_.push_back(read(*box));
+    if (steps_.empty()) {
+        ADD_FAILURE() << "unexpected modal box \"" << qPrintable(seen_.back().title)
+                      << "\": " << qPrintable(seen_.back().text);
+        cancel(*box);
+        return;
+    }
+    const auto step = std::move(steps_.front());
+    steps_.pop_front();
+    step(*box);
+}
+
+} // namespace Vorta::Test

@@ -1,0 +1,57 @@
+#include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLocale>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSettings>
+#include <clocale>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(ScreenMain, KeepsPreferencesInATemporaryFolder) {
+    QSettings settings;
+    settings.setValue(QStringLiteral("GUI/Probe"), 1);
+    settings.sync();
+    EXPECT_EQ(settings.status(), QSettings::NoError);
+    EXPECT_TRUE(settings.fileName().startsWith(QDir::tempPath())) << qPrintable(settings.fileName());
+    EXPECT_TRUE(QFileInfo::exists(settings.fileName()));
+    const QSettings ini(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("a"), QStringLiteral("b"));
+    EXPECT_TRUE(ini.fileName().startsWith(QDir::tempPath())) << qPrintable(ini.fileName());
+}
+
+TEST(ScreenMain, FixesTheLocale) {
+    EXPECT_EQ(QLocale(), QLocale::c());
+    EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+}
+
+TEST(ScreenMain, UsesOurOwnDialogs) {
+    EXPECT_TRUE(QApplication::testAttribute(Qt::AA_DontUseNativeDialogs));
+}
+
+QProcess& startMyself(QProcess& process, const QStringList& arguments) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY"));
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    return process;
+}
+
+TEST(ScreenMain, SaysInWordsThatThereIsNoScreen) {
+    QProcess process;
+    ASSERT_TRUE(startMyself(process, {}).waitForFinished());
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_TRUE(process.readAllStandardError().contains("DISPLAY names no X server. Run it through ./test"));
+}
+
+TEST(ScreenMain, ListsItsTestsWithoutAScreen) {
+    QProcess process;
+    ASSERT_TRUE(startMyself(process, {QStringLiteral("--gtest_list_tests")}).waitForFinished());
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_TRUE(process.readAllStandardOutput().contains("ListsItsTestsWithoutAScreen"));
+}
+
+} // namespace
