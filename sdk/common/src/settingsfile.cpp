@@ -23,8 +23,9 @@ constexpr std::string_view binaryTag = "tag:yaml.org,2002:binary";
 /// Far more than any settings file needs; keeps a data file chosen by mistake from being read whole.
 constexpr std::uintmax_t largestFileBytes = 1U << 20U;
 
-std::string lastSystemError() {
-    return errno != 0 ? std::error_code{errno, std::generic_category()}.message() : "unknown reason";
+/// Why a stream failed; streams themselves do not tell.
+std::error_code lastSystemError() {
+    return errno != 0 ? std::error_code{errno, std::generic_category()} : std::make_error_code(std::errc::io_error);
 }
 
 /// Reads one settings file; every failure names it.
@@ -61,14 +62,16 @@ private:
         errno = 0;
         std::ifstream file{fs::path{path_}, std::ios::binary};
         if (!file)
-            fail(lastSystemError());
+            fail(lastSystemError().message());
         std::string content(largestFileBytes + 1, '\0');
         file.read(content.data(), static_cast<std::streamsize>(content.size()));
         if (file.bad())
-            fail(lastSystemError());
+            fail(lastSystemError().message());
         content.resize(static_cast<std::size_t>(file.gcount()));
         if (content.size() > largestFileBytes)
             fail("it is too large for a settings file");
+        // Without an end of the document the parser takes the end of the file for the end of an open quote.
+        content += content.ends_with('\n') ? "...\n" : "\n...\n";
         return content;
     }
 
@@ -101,6 +104,8 @@ private:
             const std::string shown = place.shown.empty() ? key.Scalar() : place.shown + '/' + key.Scalar();
             if (!seen.insert(path).second)
                 fail(key.Mark(), "'" + shown + "' is given twice");
+            if (key.Scalar().find('/') != std::string::npos) // each level of a path is a level of the file
+                fail(key.Mark(), "'" + shown + "' is no setting");
             if (shown == internalNode)
                 readGroup(entry.second, {.isInternal = true, .prefix = {}, .shown = shown}, settings);
             else if (std::ranges::find(groups, path, &SettingGroupDescription::path) != groups.end())
@@ -241,9 +246,9 @@ void replaceFile(const fs::path& target, std::string_view content) {
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     file.close();
     if (!file) {
-        const std::string reason = lastSystemError();
+        const std::error_code error = lastSystemError();
         discard();
-        throw IOException(reason);
+        throw std::system_error(error);
     }
     std::error_code error;
     if (const fs::file_status earlier = fs::status(target, error); fs::exists(earlier))
@@ -251,7 +256,7 @@ void replaceFile(const fs::path& target, std::string_view content) {
     fs::rename(temporary, target, error);
     if (error) {
         discard();
-        throw IOException(error.message());
+        throw std::system_error(error);
     }
 }
 
@@ -272,7 +277,7 @@ void Settings::save(const std::string& path) const {
         else if (fs::exists(status) && (status.permissions() & fs::perms::owner_write) == fs::perms::none)
             fail("it is write-protected");
         replaceFile(target, toYaml(*this));
-    } catch (const fs::filesystem_error& error) {
+    } catch (const std::system_error& error) {
         fail(error.code().message());
     }
 }
