@@ -133,9 +133,10 @@ void ModalDriver::poll() {
         cancel(*box);
         return;
     }
-    const auto step = std::move(steps_.front());
+    // Outside the timer's own event, which does not fire again while a step opens a box of its own.
+    QMetaObject::invokeMethod(
+        box, [step = std::move(steps_.front()), box] { step(*box); }, Qt::QueuedConnection);
     steps_.pop_front();
-    step(*box);
 }
 
 } // namespace Vorta::Test
