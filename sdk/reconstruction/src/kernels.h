@@ -36,7 +36,7 @@ struct DecodedRow {
     std::uint8_t* saturated = nullptr;
 };
 
-/// Pixels of the mosaic under full light; `gain` is per column parity, in 1/2048, at most 32768.
+/// Pixels of the mosaic under full light; `gain` is per column parity, in 1/512.
 struct MosaicRow {
     std::array<const std::uint8_t*, 4> phase{};
     std::uint8_t saturationLevel = 255;

@@ -108,9 +108,9 @@ void mosaic(const MosaicRow& in, std::uint8_t* white, std::size_t begin, std::si
         const std::array<unsigned, 4> level{in.phase[0][i], in.phase[1][i], in.phase[2][i], in.phase[3][i]};
         const unsigned sum = level[0] + level[1] + level[2] + level[3];
         const unsigned lit = std::min(sum - std::min(sum, unsigned{in.blackSum}), unsaturatedSum);
-        const unsigned quarters = (lit * 64U * in.gain[i % 2]) >> 16U; // of a grey level
+        const unsigned halves = (lit * 128U * in.gain[i % 2]) >> 16U; // of a grey level
         const bool saturated = *std::ranges::max_element(level) >= unsigned{in.saturationLevel};
-        white[i] = saturated ? std::uint8_t{255} : static_cast<std::uint8_t>(std::min((quarters + 2U) / 4U, 255U));
+        white[i] = saturated ? std::uint8_t{255} : static_cast<std::uint8_t>(std::min((halves + 1U) / 2U, 255U));
     }
 }
 

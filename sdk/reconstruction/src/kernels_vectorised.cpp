@@ -19,7 +19,9 @@ namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
-const Set& set() { return reference(); }
+const Set& set() {
+    return reference();
+}
 
 #else
 
@@ -303,8 +305,8 @@ void mosaic(const MosaicRow& in, std::uint8_t* white, std::size_t begin, std::si
         const auto sum = hn::Add(hn::Add(loadWords(in.phase[0] + i), loadWords(in.phase[1] + i)),
                                  hn::Add(loadWords(in.phase[2] + i), loadWords(in.phase[3] + i)));
         const auto lit = hn::Min(hn::SaturatedSub(sum, black), unsaturatedSum);
-        const auto quarters = hn::MulHigh(hn::ShiftLeft<6>(lit), gain);
-        const auto value = hn::Min(hn::ShiftRight<2>(hn::Add(quarters, hn::Set(d, 2))), hn::Set(d, 255));
+        const auto halves = hn::MulHigh(hn::ShiftLeft<7>(lit), gain);
+        const auto value = hn::Min(hn::ShiftRight<1>(hn::Add(halves, hn::Set(d, 1))), hn::Set(d, 255));
         hn::StoreU(hn::Or(hn::TruncateTo(db, value), saturated), db, white + i);
     }
     reference().mosaic(in, white, i, end);

@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t blockRows = 16;
 
 /// The largest gain that the mosaic's fixed-point arithmetic holds.
-constexpr double maxGain = 16.0;
+constexpr double maxGain = 100.0;
 
 /// Whether the top left pixel of the mosaic is green, and whether the first row's other colour is red.
 struct Mosaic {
@@ -181,7 +181,7 @@ Kernels::CodedRow Reconstructor::State::codedRow(const Frame& frame, std::size_t
 }
 
 void Reconstructor::State::whiteRow(const Frame& frame, std::size_t row, Scratch& buffers) const {
-    const auto fixedPoint = [](double gain) { return static_cast<std::uint16_t>(std::lround(gain * 2048.0)); };
+    const auto fixedPoint = [](double gain) { return static_cast<std::uint16_t>(std::lround(gain * 512.0)); };
     const AxisLayout& axis = layout.axes.front();
     const bool redRow = (row % 2 == 0) == mosaic.redFirst;
     const bool greenFirst = (row % 2 == 0) == mosaic.greenFirst;

@@ -108,7 +108,7 @@ TEST(Colour, BalanceScalesRedAndBlue) {
         const PointCloud cloud = colours(35, 6, layout, grey, {.redBalance = 1.5, .blueBalance = 0.25});
         for (const Point& point : cloud.points())
             ASSERT_EQ(bgr(point), (std::array{25, 100, 150}));
-        const PointCloud strong = colours(35, 6, layout, grey, {.redBalance = 16.0, .blueBalance = 0.0});
+        const PointCloud strong = colours(35, 6, layout, grey, {.redBalance = 100.0, .blueBalance = 0.0});
         for (const Point& point : strong.points())
             ASSERT_EQ(bgr(point), (std::array{0, 100, 255}));
     }

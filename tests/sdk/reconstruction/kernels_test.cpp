@@ -136,7 +136,7 @@ TEST_P(Agreement, Mosaic) {
         const Kernels::MosaicRow in{.phase = {images[0].data(), images[1].data(), images[2].data(), images[3].data()},
                                     .saturationLevel = 250,
                                     .blackSum = static_cast<std::uint16_t>(width % 100),
-                                    .gain = {static_cast<std::uint16_t>(2048 + width), 32768}};
+                                    .gain = {static_cast<std::uint16_t>(512 + width), 51200}};
         std::vector<std::uint8_t> plain(width), vector(width);
         Kernels::reference().mosaic(in, plain.data(), 0, width);
         Kernels::vectorised().mosaic(in, vector.data(), 0, width);

@@ -237,8 +237,8 @@ TEST(Reconstructor, RefusesWhatDoesNotFit) {
     images.resize(20, 150, 243);
     for (const Parameters& parameters :
          {Parameters{.minModulation = -0.1}, Parameters{.minModulation = std::nan("")},
-          Parameters{.minBitDifference = 0.5}, Parameters{.minBitDifference = 256.0}, Parameters{.redBalance = 16.1},
-          Parameters{.redBalance = -1.0}, Parameters{.blueBalance = 17.0}, Parameters{.blackLevel = -1.0},
+          Parameters{.minBitDifference = 0.5}, Parameters{.minBitDifference = 256.0}, Parameters{.redBalance = 100.1},
+          Parameters{.redBalance = -1.0}, Parameters{.blueBalance = 101.0}, Parameters{.blackLevel = -1.0},
           Parameters{.blackLevel = 256.0}})
         EXPECT_THROW(reconstructor.reconstruct(images, parameters, cloud), ArgumentOutOfRangeException);
     EXPECT_TRUE(cloud.empty());

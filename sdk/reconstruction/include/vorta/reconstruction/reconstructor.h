@@ -28,8 +28,8 @@ struct Parameters {
     double minBitDifference = 3.0; ///< grey levels, 1 to 255; a pattern and its inverse closer than this are no bit
     std::uint8_t saturationLevel = 255; ///< grey level from which a pixel counts as saturated
     bool rejectSaturated = true;        ///< whether points with a saturated phase image are invalid
-    double redBalance = 1.0;            ///< gain of the red channel, 0 to 16
-    double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 16
+    double redBalance = 1.0;            ///< gain of the red channel, 0 to 100
+    double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 100
     double blackLevel = 0.0;            ///< grey level of an unlit pixel, 0 to 255; subtracted from the colour
 };
 
