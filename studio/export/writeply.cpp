@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <vector>
+#include <utility>
 
 namespace Vorta::Export {
 
@@ -33,18 +33,10 @@ bool writePly(const std::string& path, const PointCloud& cloud, bool unordered) 
         return false;
     const std::span<const Point> points = cloud.points();
     const std::string header = headerText(unordered ? countValid(points) : points.size());
-    if (std::fwrite(header.data(), 1, header.size(), file.get()) != header.size())
-        return false;
-
-    const auto pack = unordered ? packPlyUnordered : packPlyOrdered;
-    std::vector<char> buffer(std::min(points.size(), packedBlockSize) * plyRecordSize + packingSlack);
-    for (std::size_t first = 0; first < points.size(); first += packedBlockSize) {
-        const auto block = points.subspan(first, std::min(packedBlockSize, points.size() - first));
-        const auto length = static_cast<std::size_t>(pack(block, buffer.data()) - buffer.data());
-        if (std::fwrite(buffer.data(), 1, length, file.get()) != length)
-            return false;
-    }
-    return finish(std::move(file));
+    const auto sink = [&](const char* bytes, std::size_t size) {
+        return std::fwrite(bytes, 1, size, file.get()) == size;
+    };
+    return writeRecords(header, points, unordered ? plyUnordered : plyOrdered, sink) && finish(std::move(file));
 }
 
 } // namespace Vorta::Export
