@@ -219,8 +219,8 @@ Sample Photometry::sample(double x, double y, std::size_t channel) const {
                                   .defocusPixels = defocusMm * camera.fx / z},
                                  cameraGain * shine * light.irradiance);
     }
-    // Very rough coats mirror no image.
-    if (reflectance > 0.005 && material.roughness < 0.6)
+    // Rough coats mirror no image worth a ray.
+    if (reflectance > 0.005 && material.roughness < 0.45)
         addBounce(*hit, view, reflectance, cameraGain, channel, sample);
     return sample;
 }

@@ -18,7 +18,7 @@ struct SensorModel {
     bool noise = true;
     double fullWellElectrons = 30'000.0; ///< charge at grey level 255 and gain 1
     double readNoiseElectrons = 8.0;     ///< standard deviation
-    double vignetting = 0.1;             ///< light lost in the image corner beside the natural cos^4 law, 0 to 1
+    double vignetting = 0.05;            ///< light lost in the image corner beside the natural cos^4 law, 0 to 1
 };
 
 /// Where the two lenses are sharp and how wide they open.
@@ -28,7 +28,7 @@ struct OpticsModel {
     double projectorFocusMm = 728.0;   ///< z, in projector coordinates, of the sharp plane
     double projectorApertureMm = 2.0;  ///< diameter of the pupil
     double projectorSoftness = 0.35;   ///< blur of the projector's lens in the sharp plane, sigma in pixels
-    double projectorVignetting = 0.15; ///< light lost in the corner of the projected image, 0 to 1
+    double projectorVignetting = 0.1;  ///< light lost in the corner of the projected image, 0 to 1
     double projectorContrast = 800.0;  ///< full white to full black
 };
 
