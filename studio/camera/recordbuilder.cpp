@@ -1,0 +1,28 @@
+#include "camera/recordbuilder.h"
+
+#include "camera/recordkernels.h"
+#include "vorta/common/exceptions.h"
+
+namespace Vorta {
+
+std::shared_ptr<CloudWithImagesAndMask> buildRecord(const PointCloud& cloud, const ClassificationLimits& limits) {
+    if (cloud.empty())
+        throw ArgumentNullException("cloud");
+    const auto rows = static_cast<int>(cloud.height());
+    const auto columns = static_cast<int>(cloud.width());
+    cv::Mat_<float> depth(rows, columns);
+    cv::Mat_<uchar> mask(rows, columns);
+    cv::Mat_<cv::Vec3b> color(rows, columns);
+    // One pass over the points; matrices just made hold their rows without gaps, as the cloud does.
+    const DepthRange range = RecordKernels::vectorised()(
+        cloud.points(), limits, {.depth = depth.ptr<float>(), .mask = mask.ptr(), .color = color.ptr()});
+
+    auto record = std::make_shared<CloudWithImagesAndMask>();
+    record->setPointCloud(cloud, range);
+    record->setDepthImage(depth);
+    record->setColorImage(color);
+    record->setMask(mask);
+    return record;
+}
+
+} // namespace Vorta
