@@ -1,0 +1,42 @@
+#pragma once
+
+#include "services/logevent.h"
+
+#include <QMutex>
+#include <QWidget>
+
+class QTableWidget;
+
+namespace VortaQt {
+
+/// The log as a table "Time", "Type", "Message". It follows new messages while it is scrolled to its end, and the
+/// selected cells can be copied as text with the platform's Copy key. GUI thread.
+class LogWidget : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LogWidget(QWidget* parent = nullptr);
+
+    /// Also looks at the table's keys: the table by itself copies one cell only.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+public Q_SLOTS:
+    /// Appends a row with the present time.
+    void addToLog(VortaQt::LogEvent event);
+
+    /// Scrolls to the last row, if the widget is visible.
+    void scrollToBottom();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    /// Puts the selected cells on the clipboard, tab-separated below the headers of their columns. Without a selection
+    /// the clipboard keeps what it has.
+    void copySelection() const;
+
+    QTableWidget* table_;
+    QMutex mutex_;
+};
+
+} // namespace VortaQt
