@@ -69,7 +69,7 @@ private:
     std::string errorText_;
     std::shared_ptr<VTrackBall> trackball_;
 
-    Color background_{0.125F, 0.133F, 0.149F, 0.0F};
+    Color background_{32.0F / 255.0F, 34.0F / 255.0F, 38.0F / 255.0F, 0.0F};
     bool colored_ = true;
     bool meshed_ = false;
 
