@@ -1,9 +1,12 @@
 #include "measuringhead.h"
 
 #include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
 #include "vorta/common/settingsinternal.h"
 #include "vorta/reconstruction/sequence.h"
 
+#include <boost/format.hpp>
+#include <chrono>
 #include <utility>
 
 namespace Vorta {
@@ -12,9 +15,15 @@ namespace {
 
 using Internal = SettingsInternal;
 
+constexpr const char* source = "VortaAPI/MeasuringHead";
+
 /// Below this amplitude, in grey levels, noise decides the phase. What is merely weak stays a point, with its contrast
 /// for others to judge.
 constexpr double undecodableModulation = 2.0;
+
+std::int64_t wholeMs(std::chrono::steady_clock::duration duration) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
+}
 
 } // namespace
 
@@ -59,20 +68,33 @@ MeasuringHead::MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::s
     }
 }
 
+void MeasuringHead::checkTemperature(const Settings& settings) const {
+    const double limit = settings.getSettingsInternal().get<Internal::Projector::MaxTemperature>().value();
+    const std::optional<double> led = head_->temperatures().led;
+    if (led && *led > limit)
+        throw RuntimeException((boost::format("its LED has %.1f °C and %s allows %.1f °C; let it cool down.") % *led %
+                                Internal::Projector::MaxTemperature::path % limit)
+                                   .str());
+}
+
 Measurement MeasuringHead::measure(const Settings& settings) {
+    using std::chrono::steady_clock;
     Measurement measurement;
     try {
+        checkTemperature(settings);
+        const auto began = steady_clock::now();
         head_->configure(headConfiguration(settings));
-        const auto start = std::chrono::system_clock::now();
+        const auto time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
         head_->acquire(sequence_, images_);
-        measurement.info = {.head = head_->identity(),
-                            .time = std::chrono::floor<std::chrono::microseconds>(start),
-                            .temperatures = head_->temperatures()};
+        const auto acquired = steady_clock::now();
+        measurement.info = {.head = head_->identity(), .time = time, .temperatures = head_->temperatures()};
         reconstructor_->reconstruct(images_, reconstructionParameters(settings), measurement.cloud);
+        if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
+            Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_,
+                      images_.count(), wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber_ +
-                               (head_->isPresent() ? "' cannot capture: " : "' has vanished during the capture: ") +
-                               error.what());
+                               (head_->isPresent() ? "' cannot capture: " : "' has vanished: ") + error.what());
     }
     return measurement;
 }

@@ -34,7 +34,8 @@ public:
     /// is unusable.
     MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::string& serialNumber);
 
-    /// Throws RuntimeException that names the serial number when the head has vanished or cannot capture.
+    /// Throws RuntimeException that names the serial number when the head has vanished, is hotter than the settings
+    /// allow, or cannot capture.
     [[nodiscard]] Measurement measure(const Settings& settings);
 
     [[nodiscard]] bool isPresent() const { return head_->isPresent(); }
@@ -42,6 +43,8 @@ public:
     [[nodiscard]] std::optional<Driver::GroundTruth> groundTruth() const { return head_->groundTruth(); }
 
 private:
+    void checkTemperature(const Settings& settings) const;
+
     std::shared_ptr<DriverLibrary> driver_; // first, since the head is the driver's code
     std::string serialNumber_;
     std::unique_ptr<Driver::Head> head_;

@@ -101,8 +101,11 @@ void printText(const std::string& path, const FrameImpl& frame) {
     if (summary.validPoints > 0)
         std::cout << "Depth:        " << summary.minZ << " to " << summary.maxZ << " mm\n";
     std::cout << "Temperatures:";
-    for (const auto& [name, value] : listTemperatures(info.temperatures))
-        std::cout << ' ' << name << ' ' << value << " °C";
+    const char* separator = " ";
+    for (const auto& [name, value] : listTemperatures(info.temperatures)) {
+        std::cout << separator << name << ' ' << value << " °C";
+        separator = ", ";
+    }
     std::cout << "\nSettings:\n";
     visitSettings(frame.settings(), [](const auto& setting) {
         std::cout << "  " << setting.path << " = " << setting.toString() << '\n';

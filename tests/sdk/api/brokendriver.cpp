@@ -1,0 +1,28 @@
+// One of three libraries that are no usable driver; the build chooses which.
+
+#include "vorta/driver/driver.h"
+
+#include <boost/config.hpp>
+
+#include <stdexcept>
+
+extern "C" {
+
+#if defined(VORTA_FAULT_VERSION)
+// Built for another version of the interface.
+BOOST_SYMBOL_EXPORT Vorta::Driver::Driver* vortaCreateDriver(std::uint32_t version);
+Vorta::Driver::Driver* vortaCreateDriver(std::uint32_t) {
+    return nullptr;
+}
+#elif defined(VORTA_FAULT_THROWS)
+BOOST_SYMBOL_EXPORT Vorta::Driver::Driver* vortaCreateDriver(std::uint32_t version);
+Vorta::Driver::Driver* vortaCreateDriver(std::uint32_t) {
+    throw std::runtime_error("the licence key is missing");
+}
+#else
+BOOST_SYMBOL_EXPORT int somethingElse();
+int somethingElse() {
+    return 1;
+}
+#endif
+}

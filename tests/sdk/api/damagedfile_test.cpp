@@ -1,0 +1,172 @@
+#include "sdk/api/testtools.h"
+
+#include "vorta/api/frame.h"
+#include "vorta/common/exceptions.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <ostream>
+
+namespace Vorta {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using Testing::readFile;
+using Testing::runProgram;
+using Testing::smallFrame;
+using Testing::TemporaryFolder;
+using Testing::writeFile;
+
+/// What loading says of a file; "loaded" when it says nothing.
+std::string complaint(const std::string& path) {
+    try {
+        const Frame frame(path, ComputeDevice{});
+        return "loaded";
+    } catch (const IOException& error) {
+        return error.what();
+    }
+}
+
+/// A change to the text form of a good file and the words that it must lead to.
+struct Damage {
+    const char* name;
+    std::string before;
+    std::string after;
+    std::string words;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Damage& damage) { return stream << damage.name; }
+};
+
+std::string replaced(std::string text, const std::string& before, const std::string& after) {
+    std::size_t count = 0;
+    for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at + after.size())) {
+        text.replace(at, before.size(), after);
+        ++count;
+    }
+    if (count == 0)
+        throw std::runtime_error("Not in the file: " + before);
+    return text;
+}
+
+class DamagedFile : public ::testing::TestWithParam<Damage> {};
+
+// The damaged files are made by netCDF's own generator, from the text that its own dump gives of a good one.
+TEST_P(DamagedFile, IsRefusedWithItsNameAndTheReason) {
+    const TemporaryFolder folder;
+    smallFrame().save(folder.file("good.vdf"));
+    const Testing::Result dump = runProgram("ncdump", {folder.file("good.vdf")});
+    ASSERT_EQ(dump.status, 0) << dump.err;
+    writeFile(folder.file("a.cdl"), replaced(dump.out, GetParam().before, GetParam().after));
+    const Testing::Result made =
+        runProgram("ncgen", {"-k", "nc4", "-o", folder.file("damaged.vdf"), folder.file("a.cdl")});
+    ASSERT_EQ(made.status, 0) << made.err;
+    EXPECT_THAT(complaint(folder.file("damaged.vdf")),
+                AllOf(HasSubstr("'" + folder.file("damaged.vdf") + "' cannot be read: "), HasSubstr(GetParam().words)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Header, DamagedFile,
+    ::testing::Values(
+        Damage{"NoVersion", "\t\t:vorta_format_version = 1 ;\n", "",
+               "it is not a Vorta data file: attribute 'vorta_format_version' is missing."},
+        Damage{"VersionIsText", ":vorta_format_version = 1 ;", ":vorta_format_version = \"1\" ;",
+               "attribute 'vorta_format_version' is not one whole number."},
+        Damage{"VersionIsList", ":vorta_format_version = 1 ;", ":vorta_format_version = 1, 1 ;",
+               "attribute 'vorta_format_version' is not one whole number."},
+        Damage{"NewerVersion", ":vorta_format_version = 1 ;", ":vorta_format_version = 2 ;",
+               "its format version is 2, and this program knows versions up to 1."},
+        Damage{"VersionZero", ":vorta_format_version = 1 ;", ":vorta_format_version = 0 ;",
+               "its format version 0 does not exist."},
+        Damage{"NoSerialNumber", "\t\t:camera_serial_number = \"T-0001\" ;\n", "",
+               "attribute 'camera_serial_number' is missing."},
+        Damage{"SerialNumberIsNumber", ":camera_serial_number = \"T-0001\" ;", ":camera_serial_number = 7 ;",
+               "attribute 'camera_serial_number' is not a text."},
+        Damage{"EndlessModel", ":camera_model = \"VORTA Test\" ;",
+               ":camera_model = \"" + std::string(70'000, 'm') + "\" ;",
+               "attribute 'camera_model' is 70000 characters long, more than the 65536 that are allowed."},
+        Damage{"NoTime", "time", "tide", "variable 'time' is missing."},
+        Damage{"TimeIsDouble", "int64 time ;", "double time ;",
+               "variable 'time' is not a single value of the right type."},
+        Damage{"TimeBefore1970", "time = 1772600767000008", "time = -1", "its time, -1 microseconds after 1970"},
+        Damage{"TimeAfter9999", "time = 1772600767000008", "time = 9223372036854775807", "is out of range."},
+        Damage{"NoTemperature", "head_temperature", "hat_temperature", "variable 'head_temperature' is missing."},
+        Damage{"TemperatureIsRow", "double lens_temperature ;", "double lens_temperature(column) ;",
+               "variable 'lens_temperature' is not a single value of the right type."},
+        Damage{"NoSettings", "group: settings {", "group: sittings {", "group '/settings' is missing."},
+        Damage{"SettingOutOfRange", ":Iris = \"17\" ;", ":Iris = \"99\" ;",
+               "setting 'Iris': The value is out of range; expected a whole number from 1 to 63 steps."},
+        Damage{"SettingIsNumber", ":Iris = \"17\" ;", ":Iris = 17 ;", "attribute 'Iris' is not a text."},
+        Damage{"NoZ", " z", " zz", "variable 'z' is missing."},
+        Damage{"ZIsDouble", "float z(row, column) ;\n\t\tz:_FillValue = NaNf ;", "double z(row, column) ;",
+               "variable 'z' has the wrong type."},
+        Damage{"ContrastIsRow", "float contrast(row, column) ;", "float contrast(column) ;",
+               "variable 'contrast' has the wrong dimensions."},
+        Damage{"XIsDeep", "float x(row, column) ;", "float x(row, column, channel) ;",
+               "variable 'x' has the wrong dimensions."},
+        Damage{"YIsTransposed", "float y(row, column) ;", "float y(column, row) ;",
+               "variable 'y' has another size than 'x'."},
+        Damage{"FourColours", "channel = 3 ;", "channel = 4 ;", "variable 'colour' has the wrong dimensions."},
+        Damage{"ColourIsSigned", "ubyte colour(", "byte colour(", "variable 'colour' has the wrong type."},
+        Damage{"NoRows", "row = 2 ;", "row = UNLIMITED ;", "too short"},
+        Damage{"HugeGrid", "row = 2 ;", "row = 20000 ;", "its grid of 20000 x 3 points is larger than this program"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ForeignFile, IsRefusedWithItsNameAndTheReason) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path() / "folder.vdf");
+    writeFile(folder.file("empty.vdf"), "");
+    writeFile(folder.file("short.vdf"), "\x89HD");
+    writeFile(folder.file("text.vdf"), "ply\nformat binary_little_endian 1.0\n");
+    writeFile(folder.file("classic.vdf"), std::string("CDF\x01\0\0\0\0\0\0\0\0", 12));
+    writeFile(folder.file("signature.vdf"), "\x89HDF\r\n\x1a\n");
+    const auto expected = [&](const std::string& name, const std::string& reason) {
+        return "Data file '" + folder.file(name) + "' cannot be read: " + reason;
+    };
+    EXPECT_EQ(complaint(folder.file("none.vdf")), expected("none.vdf", "No such file or directory."));
+    EXPECT_EQ(complaint(folder.file("folder.vdf")), expected("folder.vdf", "it is a folder."));
+    EXPECT_EQ(complaint(folder.file("empty.vdf")), expected("empty.vdf", "it is empty."));
+    EXPECT_EQ(complaint(folder.file("short.vdf")), expected("short.vdf", "it is not a Vorta data file."));
+    EXPECT_EQ(complaint(folder.file("text.vdf")), expected("text.vdf", "it is not a Vorta data file."));
+    EXPECT_EQ(complaint(folder.file("classic.vdf")), expected("classic.vdf", "it is not a Vorta data file."));
+    EXPECT_THAT(complaint(folder.file("signature.vdf")),
+                AllOf(HasSubstr("'" + folder.file("signature.vdf") + "' cannot be read: opening it failed")));
+}
+
+TEST(TruncatedFile, IsRefusedWhereverItEnds) {
+    const TemporaryFolder folder;
+    smallFrame().save(folder.file("good.vdf"));
+    const std::string content = readFile(folder.file("good.vdf"));
+    for (std::size_t length = 0; length < content.size(); length += 97) {
+        writeFile(folder.file("a.vdf"), content.substr(0, length));
+        EXPECT_THAT(complaint(folder.file("a.vdf")), HasSubstr("'" + folder.file("a.vdf") + "' cannot be read: "))
+            << "cut to " << length << " of " << content.size() << " bytes";
+    }
+}
+
+TEST(CorruptFile, NeverCrashesAndNeverGivesOtherPoints) {
+    const TemporaryFolder folder;
+    smallFrame().save(folder.file("good.vdf"));
+    const std::string content = readFile(folder.file("good.vdf"));
+    const PointCloud good = smallFrame().getPointCloud();
+    std::size_t refused = 0;
+    for (std::size_t at = 0; at < content.size(); at += 13) {
+        std::string damaged = content;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x55);
+        writeFile(folder.file("a.vdf"), damaged);
+        try {
+            const PointCloud cloud = Frame(folder.file("a.vdf"), ComputeDevice{}).getPointCloud();
+            ASSERT_EQ(cloud.size(), good.size()) << "byte " << at;
+            EXPECT_EQ(std::memcmp(cloud.data(), good.data(), good.size() * sizeof(Point)), 0) << "byte " << at;
+        } catch (const IOException& error) {
+            EXPECT_THAT(error.what(), HasSubstr("a.vdf"));
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 100U) << "hardly any damage was noticed";
+}
+
+} // namespace
+} // namespace Vorta
