@@ -1,6 +1,7 @@
 #include "app/studio.h"
 
 #include "camera/vortainterface.h"
+#include "resources/applicationicon.h"
 #include "services/appsettings.h"
 #include "services/loghandler.h"
 #include "vorta/api/application.h"
@@ -34,7 +35,7 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
     setOrganizationDomain(QStringLiteral("vorta-labs.example"));
     setApplicationName(QStringLiteral("Vorta Studio"));
     setApplicationVersion(QStringLiteral(VORTA_VERSION));
-    setWindowIcon(QIcon(QStringLiteral(":/icons/VortaStudio.png")));
+    setWindowIcon(applicationIcon());
 
     settings_ = new VortaQt::AppSettings(this);
     const std::string refusal = applyLogThreshold();

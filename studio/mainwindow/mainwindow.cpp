@@ -83,7 +83,8 @@ void MainWindow::createViews() {
 
     statusBar_ = new Ui::StatusBar(this);
     setStatusBar(statusBar_);
-    connect(&VortaQt::LogHandler::instance(), &VortaQt::LogHandler::logEvent, log_, &VortaQt::LogWidget::addToLog);
+    connect(&VortaQt::LogHandler::instance(), &VortaQt::LogHandler::logEvent, log_, &VortaQt::LogWidget::addToLog,
+            Qt::QueuedConnection);
 }
 
 void MainWindow::createActions() {
@@ -258,8 +259,7 @@ void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus
 
 void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> data) {
     if (!controller_.status().live) {
-        const Vorta::PointCloud& cloud = data->pointCloud();
-        pointCloudView_->loadPoints(cloud.data(), cloud.size(), std::exchange(firstCloud_, false));
+        pointCloudView_->loadPoints(data->pointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
         refreshImages(*data);
     }

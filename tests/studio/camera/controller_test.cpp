@@ -1,0 +1,257 @@
+#include "camera/metatypes.h"
+#include "camera/vortainterface.h"
+#include "services/appsettings.h"
+#include "support/modaldriver.h"
+#include "support/virtualhead.h"
+#include "support/widgets.h"
+#include "vorta/api/application.h"
+#include "vorta/common/exceptions.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace Vorta;
+using Test::waitFor;
+using namespace std::chrono_literals;
+
+class Controller : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        qRegisterMetaType<CameraStatus>("Vorta::CameraStatus");
+        qRegisterMetaType<DeviceCloud>("Vorta::DeviceCloud");
+        qRegisterMetaType<std::shared_ptr<CloudWithImagesAndMask>>("std::shared_ptr<Vorta::CloudWithImagesAndMask>");
+    }
+
+    void start() {
+        controller_ = std::make_unique<VortaInterface>(application_, nullptr);
+        infos_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::infoMessage);
+        records_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::pointCloudDataUpdated);
+        controller_->connectCamera(ComputeDevice{});
+    }
+
+    bool becomesConnected() {
+        return waitFor([this] { return controller_->status().connected; }, 20'000);
+    }
+
+    static FrameSpec spec() {
+        FrameSpec result;
+        result.brightness = 0.75F;
+        result.exposureTime = 9000us;
+        result.iris = 29;
+        return result;
+    }
+
+    QTemporaryDir folder_;
+    Testing::VirtualHeads heads_{{.serialNumber = "T-1"}};
+    VortaQt::AppSettings preferences_{nullptr};
+    Application application_;
+    std::unique_ptr<VortaInterface> controller_;
+    std::unique_ptr<QSignalSpy> infos_;
+    std::unique_ptr<QSignalSpy> records_;
+};
+
+TEST_F(Controller, ConnectsThePluggedInHeadWithoutAWord) {
+    start();
+    EXPECT_FALSE(controller_->status().connected) << "connecting runs on a thread of its own";
+    EXPECT_TRUE(becomesConnected());
+    EXPECT_EQ(infos_->count(), 0);
+    EXPECT_EQ(controller_->record(), nullptr);
+}
+
+TEST_F(Controller, WithoutAHeadItSaysSoOnceAndConnectsWhenOneComes) {
+    heads_.unplug("T-1");
+    start();
+    ASSERT_EQ(infos_->count(), 1);
+    EXPECT_EQ(infos_->at(0).at(0).toString(), QStringLiteral("No camera connected"));
+    EXPECT_EQ(infos_->at(0).at(1).toString(), QStringLiteral("You need to connect a camera to do measurements."));
+    heads_.plug({.serialNumber = "T-2"});
+    EXPECT_TRUE(becomesConnected());
+    EXPECT_EQ(infos_->count(), 1);
+}
+
+TEST_F(Controller, MayGoWhileItStillSearches) {
+    heads_.unplug("T-1");
+    start();
+    controller_.reset();
+    SUCCEED() << "the search ended with its owner";
+}
+
+TEST_F(Controller, MayGoWhileItConnects) {
+    start();
+    controller_.reset();
+    SUCCEED() << "the connection attempt ended with its owner";
+}
+
+TEST_F(Controller, SingleCaptureBecomesTheRecord) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    QSignalSpy clouds(controller_.get(), &VortaInterface::deviceCloudUpdated);
+    controller_->measure(spec());
+    ASSERT_EQ(records_->count(), 1);
+    EXPECT_EQ(clouds.count(), 1);
+    const auto record = controller_->record();
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->pointCloud().width(), 243U);
+    EXPECT_EQ(record->pointCloud().height(), 150U);
+    // The head looks at a plane 700 mm away.
+    EXPECT_NEAR(record->minZ(), 700.0, 5.0);
+    EXPECT_NEAR(record->maxZ(), 700.0, 5.0);
+    const float centre = record->depthImage()(75, 121);
+    EXPECT_NEAR(centre, 700.0F, 1.0F);
+    EXPECT_EQ(record->mask()(75, 121), 0);
+    EXPECT_TRUE(record->maskedPointCloud().sharesDataWith(record->pointCloud()))
+        << "the automatic mask takes effect with the next rebuild only";
+}
+
+TEST_F(Controller, CaptureAppliesItsRequestToTheCamera) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    controller_->measure(spec());
+    const Settings used = [&] {
+        controller_->saveDataFile(folder_.filePath(QStringLiteral("a.vdf")));
+        return Frame(folder_.filePath(QStringLiteral("a.vdf")).toStdString(), ComputeDevice{}).settings();
+    }();
+    EXPECT_EQ(used.getString("Iris"), "29");
+    EXPECT_EQ(used.getString("ExposureTime"), "9000");
+    EXPECT_EQ(used.getString("Brightness"), "0.75");
+}
+
+TEST_F(Controller, SavedDataFileComesBackAsRecordWithItsMaskApplied) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    controller_->measure(spec());
+    const auto captured = controller_->record();
+    const QString file = folder_.filePath(QString::fromUtf8("Messung ä.vdf"));
+    controller_->saveDataFile(file);
+
+    QSignalSpy loaded(controller_.get(), &VortaInterface::settingsLoaded);
+    controller_->loadDataFile(file);
+    EXPECT_EQ(loaded.count(), 1);
+    const auto record = controller_->record();
+    ASSERT_NE(record, captured);
+    const auto points = record->pointCloud().points();
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        ASSERT_EQ(std::memcmp(&points[i].z, &captured->pointCloud()[i].z, sizeof(float)), 0) << i;
+        if (record->mask().data[i] != 0)
+            ASSERT_TRUE(std::isnan(record->maskedPointCloud()[i].z)) << i;
+        else
+            ASSERT_EQ(record->maskedPointCloud()[i].z, points[i].z) << i;
+    }
+}
+
+TEST_F(Controller, UsersMaskReplacesTheAutomaticOne) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    controller_->measure(spec());
+    cv::Mat_<uchar> mask(150, 243, uchar{0});
+    mask(75, 121) = 5;
+    controller_->slotHandleMaskUpdate(mask);
+    EXPECT_EQ(records_->count(), 2);
+    const auto record = controller_->record();
+    EXPECT_TRUE(std::isnan(record->maskedPointCloud()(75, 121).z));
+    EXPECT_EQ(record->maskedPointCloud()(75, 122).z, record->pointCloud()(75, 122).z);
+    EXPECT_FALSE(std::isnan(record->pointCloud()(75, 121).z)) << "the measured cloud never changes";
+}
+
+TEST_F(Controller, UnplugIsNoticedAndReplugConnectsAgain) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    heads_.unplug("T-1");
+    // Asked twice, as the poll timer does: first the loss is noticed, then the search starts.
+    controller_->slotHandleCameraPollTimer();
+    EXPECT_FALSE(controller_->status().connected);
+    EXPECT_EQ(infos_->count(), 0);
+    controller_->slotHandleCameraPollTimer();
+    EXPECT_EQ(infos_->count(), 1);
+    heads_.plug({.serialNumber = "T-1"});
+    EXPECT_TRUE(becomesConnected());
+}
+
+TEST_F(Controller, CaptureOfAVanishedHeadIsAnErrorAndKeepsTheRecord) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    controller_->measure(spec());
+    const auto before = controller_->record();
+    heads_.unplug("T-1");
+    EXPECT_THROW(controller_->measure(spec()), Exception);
+    EXPECT_EQ(controller_->record(), before);
+}
+
+class OtherFirmware : public Controller, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OtherFirmware, IsNotInitialisedButUpdated) {
+    heads_.plug({.serialNumber = "T-1", .firmware = GetParam()});
+    Test::ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("OK"));
+    // The updater program is not part of this build tree.
+    try {
+        start();
+        FAIL() << "the updater cannot have run";
+    } catch (const RuntimeException& e) {
+        EXPECT_STREQ(e.what(), "Firmware updater cannot be started");
+    }
+    ASSERT_EQ(boxes.seen().size(), 1U);
+    EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("Firmware out of date"));
+    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("The firmware needs to be updated. If you do not want to update the "
+                                                   "firmware you need to close the application."));
+    EXPECT_EQ(boxes.seen()[0].defaultButton, QStringLiteral("OK"));
+    EXPECT_FALSE(controller_->status().connected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Firmware, OtherFirmware,
+                         testing::Values("VORTA 0.9.20", "VORTA 0.9.22", "'VORTA 0.9.21 '", "vorta 0.9.21"));
+
+TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
+    heads_.plug({.serialNumber = "T-2"});
+    Test::ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("OK"));
+    start();
+    ASSERT_EQ(boxes.seen().size(), 1U);
+    EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("Multiple Cameras Detected"));
+    EXPECT_TRUE(becomesConnected());
+    EXPECT_EQ(infos_->count(), 0);
+}
+
+TEST_F(Controller, CancelledChoiceTakesTheFirstHead) {
+    heads_.plug({.serialNumber = "T-2"});
+    Test::ModalDriver boxes;
+    boxes.thenCancel();
+    start();
+    ASSERT_EQ(infos_->count(), 1);
+    EXPECT_EQ(infos_->at(0).at(0).toString(), QStringLiteral("Camera selection"));
+    EXPECT_EQ(infos_->at(0).at(1).toString(),
+              QStringLiteral("No camera was explictly selected - using the first available camera."));
+    EXPECT_TRUE(becomesConnected());
+}
+
+TEST_F(Controller, SettingsFileIsAppliedAndAnnounced) {
+    start();
+    ASSERT_TRUE(becomesConnected());
+    Settings wanted;
+    wanted.set("Iris", "12");
+    const QString file = folder_.filePath(QStringLiteral("s.yml"));
+    wanted.save(file.toStdString());
+    QSignalSpy changed(controller_.get(), &VortaInterface::settingsChanged);
+    controller_->loadSettingsFile(file);
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(controller_->settings().getString("Iris"), "12");
+    controller_->saveSettings(folder_.filePath(QStringLiteral("t.yml")));
+    EXPECT_EQ(Settings(folder_.filePath(QStringLiteral("t.yml")).toStdString()).getString("Iris"), "12");
+}
+
+TEST_F(Controller, StoredSettingsAreTheControllersAtStart) {
+    Settings stored;
+    stored.set("Iris", "17");
+    preferences_.saveCameraSettings(stored);
+    start();
+    EXPECT_EQ(controller_->settings().getString("Iris"), "17");
+    preferences_.saveCameraSettings(Settings{});
+}
+
+} // namespace
