@@ -1,5 +1,7 @@
 #include "vorta/virtual/photometry.h"
 
+#include "vorta/reconstruction/projection.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "vorta/reconstruction/projection.h"
 #include "vorta/virtual/headfile.h"
 #include "vorta/virtual/scene.h"
 #include "vorta/virtual/tracer.h"
