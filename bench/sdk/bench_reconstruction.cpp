@@ -133,7 +133,7 @@ int main(int argc, char** argv) {
     VortaBench::compare(
         "one thread / plain loop", [&] { oneThread.reconstruct(images, {}, ours); }, plainLoop, 0.2);
     VortaBench::compare(
-        "two threads / plain loop", [&] { twoThreads.reconstruct(images, {}, ours); }, plainLoop, 0.3, 0.11);
+        "two threads / plain loop", [&] { twoThreads.reconstruct(images, {}, ours); }, plainLoop, 0.2, 0.11);
     VortaBench::compare(
         "one thread / reading images and writing points", [&] { oneThread.reconstruct(images, {}, ours); },
         [&] { touch(images, theirs); }, 5.0);

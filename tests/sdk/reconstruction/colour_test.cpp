@@ -95,10 +95,9 @@ TEST(Colour, SinglePixelsAndLines) {
     const auto grey = [](std::size_t, std::size_t) { return 100; };
     for (const BayerLayout layout : allLayouts) {
         EXPECT_EQ(bgr(colours(1, 1, layout, grey)(0, 0)), (std::array{100, 100, 100}));
-        for (const Point& point : colours(1, 7, layout, grey).points())
-            EXPECT_EQ(bgr(point), (std::array{100, 100, 100}));
-        for (const Point& point : colours(37, 1, layout, grey).points())
-            EXPECT_EQ(bgr(point), (std::array{100, 100, 100}));
+        for (const PointCloud& line : {colours(1, 7, layout, grey), colours(37, 1, layout, grey)})
+            for (const Point& point : line.points())
+                EXPECT_EQ(bgr(point), (std::array{100, 100, 100}));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "vorta/reconstruction/reconstructor.h"
 
+#include "allocations.h"
 #include "simulatedhead.h"
 
 #include "vorta/common/exceptions.h"
@@ -7,29 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <new>
-
-namespace {
-std::atomic<std::size_t> allocations = 0;
-} // namespace
-
-// Counts what the program allocates, to see that captures after the first allocate nothing.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size > 0 ? size : 1))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -198,9 +178,9 @@ TEST(Reconstructor, WorksInPlaceWithoutAllocating) {
     const PointCloud first = cloud.clone();
     const PointCloud shared = cloud;
     cloud[0].x = -1.0F;
-    const std::size_t count = allocations;
+    const std::size_t count = allocationCount();
     reconstructor.reconstruct(images, {}, cloud);
-    EXPECT_EQ(allocations - count, 0U);
+    EXPECT_EQ(allocationCount() - count, 0U);
     EXPECT_TRUE(cloud.sharesDataWith(shared));
     EXPECT_TRUE(sameBytes(cloud, first));
 }
