@@ -1,13 +1,18 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/common/settings.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <locale>
 #include <random>
 #include <set>
+#include <span>
 #include <sstream>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 #include <yaml-cpp/yaml.h>
@@ -251,6 +256,7 @@ void replaceFile(const fs::path& target, std::string_view content) {
         throw std::system_error(error);
     }
     std::error_code error;
+    // Some file systems have no permissions to keep; that is no reason to refuse.
     if (const fs::file_status earlier = fs::status(target, error); fs::exists(earlier))
         fs::permissions(temporary, earlier.permissions(), error);
     fs::rename(temporary, target, error);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 

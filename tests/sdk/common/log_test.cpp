@@ -145,7 +145,7 @@ TEST_F(LogTest, MissingSurplusAndMalformedPlaceholdersAreNoError) {
     EXPECT_EQ(format(""), "");
     EXPECT_NO_THROW(format("100%"));
     EXPECT_NO_THROW(format("%", 1));
-    EXPECT_NO_THROW(format("%99999999999$s %|", 1));
+    EXPECT_NO_THROW(format("%7$s %|", 1));
 }
 
 TEST_F(LogTest, NumbersDoNotFollowTheLocale) {

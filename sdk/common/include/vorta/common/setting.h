@@ -112,8 +112,8 @@ template <class T>
 }
 
 // Value to text and back. `parse` throws ArgumentInvalidException for a text that is no such value at all and
-// ArgumentOutOfRangeException for a value that no T can hold; `check` throws the latter when the traits forbid the
-// value. All of them write and read numbers with a decimal point whatever the locale.
+// ArgumentOutOfRangeException for a number that no T can hold; whether a setting accepts the value is for `isAccepted`.
+// Numbers have a decimal point whatever the locale.
 [[nodiscard]] VORTA_COMMON_EXPORT std::string toText(double value);
 [[nodiscard]] VORTA_COMMON_EXPORT std::string toText(std::uint64_t value);
 [[nodiscard]] VORTA_COMMON_EXPORT std::string toText(std::chrono::microseconds value);
