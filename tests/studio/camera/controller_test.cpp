@@ -17,7 +17,7 @@
 namespace {
 
 using namespace Vorta;
-using Test::waitFor;
+using Vorta::Test::waitFor;
 using namespace std::chrono_literals;
 
 class Controller : public testing::Test {
@@ -187,7 +187,7 @@ class OtherFirmware : public Controller, public testing::WithParamInterface<cons
 
 TEST_P(OtherFirmware, IsNotInitialisedButUpdated) {
     heads_.plug({.serialNumber = "T-1", .firmware = GetParam()});
-    Test::ModalDriver boxes;
+    Vorta::Test::ModalDriver boxes;
     boxes.thenClick(QStringLiteral("OK"));
     // The updater program is not part of this build tree.
     try {
@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(Firmware, OtherFirmware,
 
 TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
     heads_.plug({.serialNumber = "T-2"});
-    Test::ModalDriver boxes;
+    Vorta::Test::ModalDriver boxes;
     boxes.thenClick(QStringLiteral("OK"));
     start();
     ASSERT_EQ(boxes.seen().size(), 1U);
@@ -220,7 +220,7 @@ TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
 
 TEST_F(Controller, CancelledChoiceTakesTheFirstHead) {
     heads_.plug({.serialNumber = "T-2"});
-    Test::ModalDriver boxes;
+    Vorta::Test::ModalDriver boxes;
     boxes.thenCancel();
     start();
     ASSERT_EQ(infos_->count(), 1);

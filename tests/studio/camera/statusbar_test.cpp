@@ -10,16 +10,16 @@ namespace {
 
 using Vorta::CameraState;
 using Vorta::CameraStatus;
-namespace Testing = Vorta::Testing;
+namespace Test = Vorta::Test;
 
 class StatusBarTest : public testing::Test {
 protected:
     QString temperature() const { return label("temperatureLabel").text(); }
     QString connection() const { return label("connectionLabel").text(); }
     QImage icon() const { return label("cameraIconLabel").pixmap(Qt::ReturnByValue).toImage(); }
-    QLabel& label(const char* name) const { return Testing::find<QLabel>(bar_, QLatin1String(name)); }
+    QLabel& label(const char* name) const { return Test::find<QLabel>(bar_, QLatin1String(name)); }
 
-    static QImage iconFile(const char* name) { return QIcon(QLatin1String(name)).pixmap(16, 16).toImage(); }
+    static QImage iconFile(const char* name) { return QImage(QLatin1String(name)); }
 
     static CameraStatus connected(float temperature) {
         CameraStatus status;
@@ -122,18 +122,18 @@ TEST_F(StatusBarTest, OneKnownComponentStandsWithoutASeparator) {
 TEST_F(StatusBarTest, PermanentLabelsStandInOrder) {
     bar_.resize(700, 30);
     bar_.slotSetStatus(connected(20.0F));
-    Testing::showAndActivate(bar_);
+    Test::showAndActivate(bar_);
     EXPECT_LT(label("temperatureLabel").x(), label("connectionLabel").x());
     EXPECT_LT(label("connectionLabel").x(), label("cameraIconLabel").x());
 }
 
 TEST_F(StatusBarTest, MessageGoesByItselfAndAStatusLeavesIt) {
-    Testing::showAndActivate(bar_);
+    Test::showAndActivate(bar_);
     bar_.slotSetTemporaryStatus(QStringLiteral("Connecting..."));
     bar_.slotSetStatus(connected(20.0F));
     EXPECT_EQ(bar_.currentMessage(), QStringLiteral("Connecting..."));
-    EXPECT_FALSE(Testing::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 2000)) << "gone too early";
-    EXPECT_TRUE(Testing::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 3000));
+    EXPECT_FALSE(Test::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 2000)) << "gone too early";
+    EXPECT_TRUE(Test::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 3000));
 }
 
 } // namespace

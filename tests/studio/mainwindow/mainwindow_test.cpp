@@ -19,9 +19,9 @@
 namespace {
 
 using namespace Vorta;
-using Test::ModalDriver;
-using Test::waitFor;
-using Test::World;
+using Vorta::Test::ModalDriver;
+using Vorta::Test::waitFor;
+using Vorta::Test::World;
 
 class Window : public testing::Test {
 protected:
@@ -38,7 +38,7 @@ protected:
         ASSERT_TRUE(controller_.record());
     }
 
-    QAction& action(const char* name) { return Test::find<QAction>(window_, QLatin1String(name)); }
+    QAction& action(const char* name) { return Vorta::Test::find<QAction>(window_, QLatin1String(name)); }
     QString path(const char* name) const { return folder_.filePath(QString::fromUtf8(name)); }
 
     /// Chooses `name` in the save dialog, under the filter that contains `filter`.
@@ -74,19 +74,19 @@ TEST_F(Window, HasItsMenusInOrder) {
 
 TEST_F(Window, HasItsDocksInTheirAreas) {
     const auto area = [this](const char* name) {
-        return window_.dockWidgetArea(&Test::find<QDockWidget>(window_, QLatin1String(name)));
+        return window_.dockWidgetArea(&Vorta::Test::find<QDockWidget>(window_, QLatin1String(name)));
     };
     EXPECT_EQ(area("camDockWidget"), Qt::RightDockWidgetArea);
     EXPECT_EQ(area("depthDockWidget"), Qt::RightDockWidgetArea);
     EXPECT_EQ(area("logDockWidget_"), Qt::BottomDockWidgetArea);
-    EXPECT_EQ(Test::find<QDockWidget>(window_, QStringLiteral("camDockWidget")).windowTitle(),
+    EXPECT_EQ(Vorta::Test::find<QDockWidget>(window_, QStringLiteral("camDockWidget")).windowTitle(),
               QStringLiteral("Camera Image"));
     EXPECT_EQ(window_.centralWidget()->objectName(), QStringLiteral("PointCloudWidget"));
 }
 
 TEST_F(Window, ToolBarCarriesItsGroups) {
     QStringList texts;
-    for (const QAction* entry : Test::find<QToolBar>(window_, QStringLiteral("ToolBar")).actions())
+    for (const QAction* entry : Vorta::Test::find<QToolBar>(window_, QStringLiteral("ToolBar")).actions())
         texts += entry->isSeparator() ? QStringLiteral("|") : entry->text();
     EXPECT_EQ(texts.mid(0, 17).join(QLatin1Char(' ')),
               QStringLiteral("&Load... &Save... | &Grab &HDR | &Live &Stop | &DisplayRGB &Toggle Mesh Set &Background "
@@ -100,15 +100,15 @@ TEST_F(Window, WithoutACameraNothingCanBeMeasuredOrSaved) {
 
 TEST_F(Window, GrabFillsAllThreeViews) {
     show();
-    auto& cameraImage = Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    const QImage before = Test::grabFromScreen(cameraImage);
-    const QImage viewBefore = Test::grabFromScreen(*window_.centralWidget());
+    auto& cameraImage = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    const QImage before = Vorta::Test::grabFromScreen(cameraImage);
+    const QImage viewBefore = Vorta::Test::grabFromScreen(*window_.centralWidget());
     grab();
     QCoreApplication::processEvents();
     EXPECT_TRUE(action("actionSave").isEnabled());
-    EXPECT_TRUE(waitFor([&] { return Test::grabFromScreen(cameraImage) != before; }));
-    EXPECT_TRUE(waitFor([&] { return Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
-    EXPECT_TRUE(Test::find<QToolBar>(window_, QStringLiteral("DepthImageWidget/toolBarDepth")).isVisible());
+    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
+    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
+    EXPECT_TRUE(Vorta::Test::find<QToolBar>(window_, QStringLiteral("DepthImageWidget/toolBarDepth")).isVisible());
 }
 
 TEST_F(Window, CaptureShowsAWaitCursorOnlyWhileItRuns) {
@@ -129,7 +129,7 @@ TEST_F(Window, FailedCaptureLeavesTheCursorAndTheRecordAlone) {
 
 TEST_F(Window, ViewMenuHidesAndShowsADock) {
     show();
-    auto& dock = Test::find<QDockWidget>(window_, QStringLiteral("logDockWidget_"));
+    auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("logDockWidget_"));
     ASSERT_TRUE(dock.isVisible());
     action("actionLogWindow").trigger();
     EXPECT_FALSE(dock.isVisible());
@@ -144,7 +144,7 @@ TEST_F(Window, ClosingKeepsTheLayoutForTheNextStart) {
     MainWindow next(controller_);
     next.show();
     EXPECT_TRUE(waitFor([&] { return next.isVisible(); }));
-    EXPECT_FALSE(Test::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
+    EXPECT_FALSE(Vorta::Test::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
 }
 
 TEST_F(Window, SaveWithoutAMeasurementShowsNoDialog) {
@@ -210,7 +210,7 @@ TEST_F(Window, FailedSavesSayWhichFile) {
         boxes
             .then([&](QWidget& box) {
                 auto& dialog = dynamic_cast<QFileDialog&>(box);
-                Test::find<QWidget>(dialog, QStringLiteral("fileNameEdit")).setProperty("text", name);
+                Vorta::Test::find<QWidget>(dialog, QStringLiteral("fileNameEdit")).setProperty("text", name);
                 QMetaObject::invokeMethod(&dialog, "accept", Qt::QueuedConnection);
             })
             .thenClick(QStringLiteral("OK"));
