@@ -39,6 +39,9 @@ struct Work {
     PointCloud cloud = scene();
     std::shared_ptr<CloudWithImagesAndMask> record = buildRecord(cloud, limits);
     PointCloud copy = cloud.clone();
+    cv::Mat_<float> depth = cv::Mat_<float>(static_cast<int>(height), static_cast<int>(width));
+    cv::Mat_<uchar> codes = cv::Mat_<uchar>(depth.size());
+    cv::Mat_<cv::Vec3b> color = cv::Mat_<cv::Vec3b>(depth.size());
 
     void copyCloud() {
         std::memcpy(copy.data(), cloud.data(), cloud.points().size_bytes());
@@ -48,9 +51,6 @@ struct Work {
     void build() { record = buildRecord(cloud, limits); }
     void mask() { record->updateMaskedCloud(); }
     void buildPlainly() {
-        cv::Mat_<float> depth(static_cast<int>(height), static_cast<int>(width));
-        cv::Mat_<uchar> codes(static_cast<int>(height), static_cast<int>(width));
-        cv::Mat_<cv::Vec3b> color(static_cast<int>(height), static_cast<int>(width));
         benchmark::DoNotOptimize(RecordKernels::reference()(
             cloud.points(), limits, {.depth = depth.ptr<float>(), .mask = codes.ptr(), .color = color.ptr()}));
     }

@@ -1,5 +1,6 @@
 #include "camera/recordbuilder.h"
 
+#include "camera/imagememory.h"
 #include "camera/recordkernels.h"
 #include "vorta/common/exceptions.h"
 
@@ -10,10 +11,11 @@ std::shared_ptr<CloudWithImagesAndMask> buildRecord(const PointCloud& cloud, con
         throw ArgumentNullException("cloud");
     const auto rows = static_cast<int>(cloud.height());
     const auto columns = static_cast<int>(cloud.width());
-    cv::Mat_<float> depth(rows, columns);
-    cv::Mat_<uchar> mask(rows, columns);
-    cv::Mat_<cv::Vec3b> color(rows, columns);
-    // One pass over the points; matrices just made hold their rows without gaps, as the cloud does.
+    ImageMemory& memory = ImageMemory::instance();
+    auto depth = memory.makeImage<float>(rows, columns);
+    auto mask = memory.makeImage<uchar>(rows, columns);
+    auto color = memory.makeImage<cv::Vec3b>(rows, columns);
+    // One pass over the points; new images hold their rows without gaps, as the cloud does.
     const DepthRange range = RecordKernels::vectorised()(
         cloud.points(), limits, {.depth = depth.ptr<float>(), .mask = mask.ptr(), .color = color.ptr()});
 

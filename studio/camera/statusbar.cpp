@@ -10,7 +10,6 @@ namespace Ui {
 namespace {
 
 constexpr int temporaryMessageMs = 3000;
-constexpr int iconSize = 16;
 
 QString degrees(float temperature) {
     return QString::number(static_cast<double>(temperature), 'f', 1) + QLatin1String("\xB0"
@@ -66,7 +65,8 @@ void StatusBar::setConnected(bool connected) {
     connection_->setText(connected ? QStringLiteral("<font color='green'>[Connected]</font>")
                                    : QStringLiteral("<font color='red'>[NO CONNECTION]</font>"));
     const QIcon icon(connected ? QStringLiteral(":/icons/camera_green.png") : QStringLiteral(":/icons/camera_red.png"));
-    cameraIcon_->setPixmap(icon.pixmap(iconSize, iconSize));
+    // Through QIcon, which has the image for screens of high density too.
+    cameraIcon_->setPixmap(icon.pixmap(icon.availableSizes().value(0)));
 }
 
 } // namespace Ui

@@ -64,8 +64,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Classified{"infinitely far", point(infinity), 3},
                     Classified{"infinitely near", point(-infinity), 3}, Classified{"no depth", point(nan), 5},
                     Classified{"negative NaN", point(-nan), 5}),
-    [](const auto& info) {
-        std::string name = info.param.name;
+    [](const auto& classified) {
+        std::string name = classified.param.name;
         std::erase_if(name, [](char c) { return c == ',' || c == ' '; });
         return name;
     });

@@ -10,16 +10,22 @@ namespace {
 
 using Vorta::CameraState;
 using Vorta::CameraStatus;
-namespace Test = Vorta::Test;
+using Vorta::Test::find;
+using Vorta::Test::showAndActivate;
+using Vorta::Test::waitFor;
 
 class StatusBarTest : public testing::Test {
 protected:
     QString temperature() const { return label("temperatureLabel").text(); }
     QString connection() const { return label("connectionLabel").text(); }
-    QImage icon() const { return label("cameraIconLabel").pixmap(Qt::ReturnByValue).toImage(); }
-    QLabel& label(const char* name) const { return Test::find<QLabel>(bar_, QLatin1String(name)); }
+    QImage icon() const { return pixels(label("cameraIconLabel").pixmap(Qt::ReturnByValue)); }
+    QLabel& label(const char* name) const { return find<QLabel>(bar_, QLatin1String(name)); }
 
-    static QImage iconFile(const char* name) { return QImage(QLatin1String(name)); }
+    static QImage iconFile(const char* name) { return pixels(QPixmap(QLatin1String(name))); }
+
+    static QImage pixels(const QPixmap& pixmap) {
+        return pixmap.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    }
 
     static CameraStatus connected(float temperature) {
         CameraStatus status;
@@ -122,18 +128,18 @@ TEST_F(StatusBarTest, OneKnownComponentStandsWithoutASeparator) {
 TEST_F(StatusBarTest, PermanentLabelsStandInOrder) {
     bar_.resize(700, 30);
     bar_.slotSetStatus(connected(20.0F));
-    Test::showAndActivate(bar_);
+    showAndActivate(bar_);
     EXPECT_LT(label("temperatureLabel").x(), label("connectionLabel").x());
     EXPECT_LT(label("connectionLabel").x(), label("cameraIconLabel").x());
 }
 
 TEST_F(StatusBarTest, MessageGoesByItselfAndAStatusLeavesIt) {
-    Test::showAndActivate(bar_);
+    showAndActivate(bar_);
     bar_.slotSetTemporaryStatus(QStringLiteral("Connecting..."));
     bar_.slotSetStatus(connected(20.0F));
     EXPECT_EQ(bar_.currentMessage(), QStringLiteral("Connecting..."));
-    EXPECT_FALSE(Test::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 2000)) << "gone too early";
-    EXPECT_TRUE(Test::waitFor([this] { return bar_.currentMessage().isEmpty(); }, 3000));
+    EXPECT_FALSE(waitFor([this] { return bar_.currentMessage().isEmpty(); }, 2000)) << "gone too early";
+    EXPECT_TRUE(waitFor([this] { return bar_.currentMessage().isEmpty(); }, 3000));
 }
 
 } // namespace

@@ -1,0 +1,275 @@
+#include "imageview/imageviewer.h"
+
+#include "imageview/colormaplegend.h"
+#include "imageview/imageconversion.h"
+#include "imageview/imagelabel.h"
+#include "ui_ImageViewer.h"
+#include "vorta/common/log.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QDoubleSpinBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLayout>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalBlocker>
+
+#include <cmath>
+#include <opencv2/imgcodecs.hpp>
+#include <utility>
+
+namespace {
+
+constexpr double zoomInFactor = 1.25;
+constexpr double zoomOutFactor = 0.8;
+// Zooming ends where the scale passes these.
+constexpr double largestScale = 3.0;
+constexpr double smallestScale = 0.333;
+constexpr int controlSpacing = 5;
+
+QDoubleSpinBox* makeRangeBox(const QString& name, const QString& tip) {
+    auto* box = new QDoubleSpinBox;
+    box->setObjectName(name);
+    box->setDecimals(2);
+    box->setSingleStep(1.0);
+    box->setToolTip(tip);
+    return box;
+}
+
+} // namespace
+
+ImageViewer::ImageViewer(QWidget* parent)
+    : QMainWindow(parent), ui_(std::make_unique<Ui::ImageViewer>()), label_(new ImageLabel) {
+    ui_->setupUi(this);
+    label_->setObjectName(QStringLiteral("imageLabel"));
+    ui_->scrollArea->setWidget(label_);
+    legend_ = new ColorMapLegend(colorMap_);
+    legend_->setObjectName(QStringLiteral("colorMapLegend"));
+    legend_->hide();
+    ui_->horizontalLayout->addWidget(legend_);
+    createDepthControls();
+    createSaturatedMaskAction();
+    connect(label_, &ImageLabel::mouseOver, this, &ImageViewer::updateMousePosition);
+    updateActions();
+}
+
+ImageViewer::~ImageViewer() = default;
+
+void ImageViewer::createDepthControls() {
+    minimum_ = makeRangeBox(QStringLiteral("minimumSpinBox"), tr("Depth of the lowest colour in mm"));
+    maximum_ = makeRangeBox(QStringLiteral("maximumSpinBox"), tr("Depth of the highest colour in mm"));
+    keepRange_ = new QCheckBox(tr("&Keep"));
+    keepRange_->setObjectName(QStringLiteral("keepCheckBox"));
+    keepRange_->setToolTip(tr("Keep this range for the next frames"));
+    auto* reset = new QPushButton(tr("Re&set"));
+    reset->setObjectName(QStringLiteral("resetButton"));
+    reset->setToolTip(tr("Use the depth range of the last frame"));
+    depthMap_ = new QComboBox;
+    depthMap_->setObjectName(QStringLiteral("depthMapComboBox"));
+    for (std::uint32_t mode = 0; mode < ColorMap::modeCount; ++mode)
+        depthMap_->addItem(ColorMap::modeName(mode));
+    auto* rangeLabel = new QLabel(tr("&Range:"));
+    rangeLabel->setBuddy(minimum_);
+    auto* mapLabel = new QLabel(tr("&Depth Map:"));
+    mapLabel->setBuddy(depthMap_);
+
+    QToolBar& bar = *ui_->toolBarDepth;
+    for (QWidget* widget :
+         std::initializer_list<QWidget*>{rangeLabel, minimum_, maximum_, keepRange_, reset, mapLabel, depthMap_})
+        bar.addWidget(widget);
+    bar.layout()->setSpacing(controlSpacing);
+    bar.hide();
+
+    using Box = QDoubleSpinBox;
+    for (const Box* box : {minimum_, maximum_})
+        connect(box, qOverload<double>(&Box::valueChanged), this, &ImageViewer::slotUpdateDepthImageFromControls);
+    connect(depthMap_, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &ImageViewer::slotUpdateDepthImageFromControls);
+    connect(reset, &QPushButton::clicked, this, &ImageViewer::slotResetDepthRange);
+}
+
+void ImageViewer::createSaturatedMaskAction() {
+    ui_->toolBar->addSeparator();
+    maskSaturated_ =
+        ui_->toolBar->addAction(QIcon(QStringLiteral(":/icons/maskSaturated.png")), tr("&Mask Saturated Pixels"));
+    maskSaturated_->setObjectName(QStringLiteral("actionMask_Saturated_Pixels"));
+    maskSaturated_->setCheckable(true);
+    maskSaturated_->setEnabled(false);
+    maskSaturated_->setVisible(false);
+}
+
+void ImageViewer::setImage(cv::Mat m_mat) {
+    maskSaturated_->setVisible(true);
+    matrix_ = m_mat;
+    displayedImage_ = QImage();
+    showPicture(ImageConversion::displayImage(matrix_));
+}
+
+void ImageViewer::setDepthImage(cv::Mat_<float> depths, float zMin, float zMax) {
+    matrix_ = depths;
+    displayedImage_ = colouredDepths();
+    showPicture(displayedImage_);
+    ui_->toolBarDepth->show();
+    legend_->show();
+    frameMinimum_ = zMin;
+    frameMaximum_ = zMax;
+    // The new range reaches the pixels with the next frame or the next change of a control.
+    if (zMax > 0.0F && !keepRange_->isChecked())
+        updateDepthRange(zMin, zMax);
+    legend_->update();
+}
+
+QImage ImageViewer::colouredDepths() const {
+    return ImageConversion::depthImage(matrix_, colorMap_);
+}
+
+void ImageViewer::updateDepthRange(float zMin, float zMax) {
+    colorMap_.setRange(zMin, zMax);
+    for (const auto& [box, value] : {std::pair(minimum_, zMin), std::pair(maximum_, zMax)}) {
+        const QSignalBlocker blocker(box);
+        box->setRange(static_cast<double>(zMin), static_cast<double>(zMax));
+        box->setValue(static_cast<double>(value));
+    }
+    legend_->update();
+}
+
+void ImageViewer::slotUpdateDepthImageFromControls() {
+    colorMap_.setup(static_cast<float>(minimum_->value()), static_cast<float>(maximum_->value()),
+                    static_cast<std::uint32_t>(depthMap_->currentIndex()));
+    legend_->update();
+    if (matrix_.type() != CV_32FC1 || matrix_.empty())
+        return;
+    displayedImage_ = colouredDepths();
+    label_->setImage(displayedImage_);
+}
+
+void ImageViewer::slotResetDepthRange() {
+    // A frame without any depth has no range to go back to.
+    if (!std::isfinite(frameMinimum_) || !std::isfinite(frameMaximum_))
+        return;
+    updateDepthRange(frameMinimum_, frameMaximum_);
+    slotUpdateDepthImageFromControls();
+}
+
+void ImageViewer::setMask(cv::Mat mask) {
+    mask_ = mask;
+}
+
+void ImageViewer::showPicture(const QImage& picture) {
+    const bool otherSize = picture.size() != label_->image().size();
+    label_->setImage(picture);
+    if (otherSize)
+        fitToWindow();
+    else
+        updateActions();
+}
+
+bool ImageViewer::isFitted() const {
+    return ui_->scrollArea->widgetResizable();
+}
+
+void ImageViewer::fitToWindow() {
+    ui_->scrollArea->setWidgetResizable(true);
+    scaleFactor_ = 1.0;
+    unitScaleFits_ = true;
+    updateActions();
+}
+
+void ImageViewer::zoomFrom(const QSize& size) {
+    ui_->scrollArea->setWidgetResizable(false);
+    unscaledSize_ = size;
+    scaleFactor_ = 1.0;
+}
+
+void ImageViewer::scaleImage(double factor) {
+    if (label_->image().isNull())
+        return;
+    if (isFitted())
+        zoomFrom(label_->placement().picture().size());
+    scaleFactor_ *= factor;
+    // Steps up and down meet at 1 again but for rounding.
+    if (unitScaleFits_ && std::abs(scaleFactor_ - 1.0) < 1e-9) {
+        fitToWindow();
+        return;
+    }
+    label_->resize(static_cast<int>(std::lround(unscaledSize_.width() * scaleFactor_)),
+                   static_cast<int>(std::lround(unscaledSize_.height() * scaleFactor_)));
+    adjustScrollBar(ui_->scrollArea->horizontalScrollBar(), factor);
+    adjustScrollBar(ui_->scrollArea->verticalScrollBar(), factor);
+    updateActions();
+}
+
+void ImageViewer::adjustScrollBar(QScrollBar* scrollBar, double factor) {
+    scrollBar->setValue(static_cast<int>(scrollBar->value() * factor + scrollBar->pageStep() * (factor - 1.0) * 0.5));
+}
+
+void ImageViewer::zoomIn() {
+    scaleImage(zoomInFactor);
+}
+
+void ImageViewer::zoomOut() {
+    scaleImage(zoomOutFactor);
+}
+
+void ImageViewer::normalSize() {
+    if (label_->image().isNull())
+        return;
+    zoomFrom(label_->image().size());
+    unitScaleFits_ = false;
+    label_->adjustSize();
+    updateActions();
+}
+
+void ImageViewer::updateActions() {
+    const bool hasImage = !label_->image().isNull();
+    ui_->actionZoom_In->setEnabled(hasImage && scaleFactor_ < largestScale);
+    ui_->actionZoom_Out->setEnabled(hasImage && scaleFactor_ > smallestScale);
+    ui_->actionSave_image->setEnabled(hasImage);
+}
+
+void ImageViewer::saveImage(std::string filename) {
+    const bool written = displayedImage_.isNull() ? cv::imwrite(filename, matrix_)
+                                                  : displayedImage_.save(QString::fromStdString(filename));
+    if (!written)
+        Vorta::Log::warning("VortaStudio/ImageViewer", __LINE__, "The image could not be written to '%s'", filename);
+}
+
+QString ImageViewer::maskClassAt(int x, int y) const {
+    return x < mask_.cols && y < mask_.rows ? ImageConversion::maskClassText(mask_(y, x)) : QString();
+}
+
+void ImageViewer::updateMousePosition(int x, int y) {
+    if (x < 0 || y < 0 || x >= matrix_.cols || y >= matrix_.rows) {
+        ui_->statusBar->clearMessage();
+        return;
+    }
+    ui_->statusBar->showMessage(
+        QStringLiteral("X:%1 Y:%2 %3 %4")
+            .arg(QString::number(x), QString::number(y), ImageConversion::pixelText(matrix_, x, y), maskClassAt(x, y)));
+}
+
+void ImageViewer::on_actionZoom_Out_triggered() {
+    zoomOut();
+}
+
+void ImageViewer::on_actionZoom_In_triggered() {
+    zoomIn();
+}
+
+void ImageViewer::on_actionSave_image_triggered() {
+    // The second format's ending is PNG's like the first one's.
+    QFileDialog dialog(this, tr("Save image"), QDir::currentPath(),
+                       QStringLiteral("PNG image (*.png);;JPEG image (*.png);;BMP image (*.bmp)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    // A name without an ending gets the chosen format's.
+    dialog.setDefaultSuffix(QStringLiteral("png"));
+    connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog](const QString& filter) {
+        dialog.setDefaultSuffix(filter.contains(QLatin1String("bmp")) ? QStringLiteral("bmp") : QStringLiteral("png"));
+    });
+    if (dialog.exec() == QDialog::Accepted)
+        saveImage(dialog.selectedFiles().constFirst().toStdString());
+}

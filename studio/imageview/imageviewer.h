@@ -1,0 +1,105 @@
+#pragma once
+
+#include "imageview/colormap.h"
+
+#include <QImage>
+#include <QMainWindow>
+#include <QSize>
+
+#include <memory>
+#include <opencv2/core/mat.hpp>
+#include <string>
+
+class ColorMapLegend;
+class ImageLabel;
+class QCheckBox;
+class QComboBox;
+class QDoubleSpinBox;
+class QScrollBar;
+
+namespace Ui {
+class ImageViewer;
+}
+
+/// Shows one image of a record: the colour image as it is, or the depths in false colour with a colour scale and
+/// controls for its range. With zoom, a read-out of the pixel under the mouse, and saving as an image file.
+///
+/// Images start fitted to the window; once zoomed, the picture keeps its size, for later images too, until the zoom is
+/// back at 1 or an image of another size comes. Matrices are shared with the caller, who must not change their pixels
+/// afterwards. GUI thread.
+class ImageViewer : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit ImageViewer(QWidget* parent = nullptr);
+    ~ImageViewer() override;
+
+    /// Size of the picture in multiples of what it was when last fitted to the window, or of the image's own size after
+    /// normalSize().
+    [[nodiscard]] double scaleFactor() const noexcept { return scaleFactor_; }
+
+Q_SIGNALS:
+    void maskUpdated(cv::Mat_<uchar>& mask);
+
+public Q_SLOTS:
+    /// Multiplies the scale factor and resizes the picture about the centre of the view.
+    void scaleImage(double factor);
+    /// Moves a scroll bar so that the centre of the view stays where it is when the picture grows by `factor`.
+    void adjustScrollBar(QScrollBar* scrollBar, double factor);
+    void fitToWindow();
+    void zoomIn();
+    void zoomOut();
+    /// Shows the image in its own size.
+    void normalSize();
+
+    /// Shows a colour (blue, green, red bytes) or grey image. Throws ArgumentInvalidException ("mat") for other types.
+    void setImage(cv::Mat m_mat);
+    /// Shows depths, NaN where there is none, in the colours of the present range. Then takes over [zMin, zMax], all in
+    /// millimetres, as the new range, unless the user keeps the old one or zMax is not positive.
+    void setDepthImage(cv::Mat_<float> depths, float zMin, float zMax);
+    /// Sets the range of colours and controls; pixels keep their colours.
+    void updateDepthRange(float zMin, float zMax);
+    /// Writes the image as shown (depths) or as measured (others); the file's ending decides on the format.
+    void saveImage(std::string filename);
+    /// Codes why a pixel is hidden, 0 = shown; empty = no mask.
+    void setMask(cv::Mat mask);
+    /// Shows position, value and mask class of a pixel in the status bar; clears it for a point outside the image.
+    void updateMousePosition(int x, int y);
+    void slotUpdateDepthImageFromControls();
+    void slotResetDepthRange();
+
+private Q_SLOTS:
+    void on_actionZoom_Out_triggered();
+    void on_actionZoom_In_triggered();
+    void on_actionSave_image_triggered();
+
+private:
+    void createDepthControls();
+    void createSaturatedMaskAction();
+    void showPicture(const QImage& picture);
+    void zoomFrom(const QSize& size);
+    void updateActions();
+    [[nodiscard]] bool isFitted() const;
+    [[nodiscard]] QImage colouredDepths() const;
+    [[nodiscard]] QString maskClassAt(int x, int y) const;
+
+    std::unique_ptr<Ui::ImageViewer> ui_;
+    ColorMap colorMap_;
+    ImageLabel* label_ = nullptr;
+    ColorMapLegend* legend_ = nullptr;
+    QDoubleSpinBox* minimum_ = nullptr;
+    QDoubleSpinBox* maximum_ = nullptr;
+    QCheckBox* keepRange_ = nullptr;
+    QComboBox* depthMap_ = nullptr;
+    QAction* maskSaturated_ = nullptr;
+
+    cv::Mat matrix_;        // the image as it came
+    QImage displayedImage_; // the false-colour image; null for colour images
+    cv::Mat_<uchar> mask_;
+    float frameMinimum_ = 0.0F; // depth range of the last frame, millimetres
+    float frameMaximum_ = 0.0F;
+
+    double scaleFactor_ = 1.0;
+    QSize unscaledSize_;        // of the picture at scale factor 1
+    bool unitScaleFits_ = true; // whether scale factor 1 is the fitted picture
+};
