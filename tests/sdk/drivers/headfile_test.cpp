@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string>
 
 namespace Vorta::Testing {
 namespace {
@@ -173,6 +176,58 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(HeadFile, SaysThatAFileCannotBeRead) {
     EXPECT_EQ(wordsOf([] { (void)Virtual::loadHead("/nowhere/head.yml"); }), "'/nowhere/head.yml' cannot be read.");
+}
+
+// The n-th YAML block of the documentation.
+std::string documented(std::size_t n) {
+    std::ifstream stream(std::filesystem::path(VORTA_SOURCE_DIR) / "docs/virtual-head.md");
+    std::string block;
+    for (std::string line; std::getline(stream, line);)
+        if (line == "```yaml" && n-- == 0)
+            while (std::getline(stream, line) && line != "```")
+                block += line + "\n";
+    return block;
+}
+
+TEST(HeadFile, DocumentationShowsTheDefaults) {
+    const Virtual::HeadDescription shown = loadHeadText(documented(0));
+    const Virtual::HeadDescription defaults = loadHeadText(minimal);
+    EXPECT_EQ(shown.driver, defaults.driver);
+    EXPECT_EQ(shown.seed, defaults.seed);
+    EXPECT_EQ(shown.bayerLayout, defaults.bayerLayout);
+    EXPECT_EQ(shown.sensor.sensitivity, defaults.sensor.sensitivity);
+    EXPECT_EQ(shown.sensor.response, defaults.sensor.response);
+    EXPECT_EQ(shown.sensor.noise, defaults.sensor.noise);
+    EXPECT_EQ(shown.sensor.fullWellElectrons, defaults.sensor.fullWellElectrons);
+    EXPECT_EQ(shown.sensor.readNoiseElectrons, defaults.sensor.readNoiseElectrons);
+    EXPECT_EQ(shown.sensor.vignetting, defaults.sensor.vignetting);
+    EXPECT_EQ(shown.optics.cameraFocusMm, defaults.optics.cameraFocusMm);
+    EXPECT_EQ(shown.optics.cameraApertureMm, defaults.optics.cameraApertureMm);
+    EXPECT_EQ(shown.optics.projectorFocusMm, defaults.optics.projectorFocusMm);
+    EXPECT_EQ(shown.optics.projectorApertureMm, defaults.optics.projectorApertureMm);
+    EXPECT_EQ(shown.optics.projectorSoftness, defaults.optics.projectorSoftness);
+    EXPECT_EQ(shown.optics.projectorVignetting, defaults.optics.projectorVignetting);
+    EXPECT_EQ(shown.optics.projectorContrast, defaults.optics.projectorContrast);
+    const auto lens = [](const Driver::PinholeModel& m) {
+        return std::array{m.fx, m.fy, m.cx, m.cy, m.k1, m.k2, m.p1, m.p2, m.k3};
+    };
+    EXPECT_EQ(lens(shown.calibration.camera), lens(defaults.calibration.camera));
+    EXPECT_EQ(lens(shown.calibration.projector), lens(defaults.calibration.projector));
+    for (std::size_t i = 0; i < 9; ++i)
+        EXPECT_NEAR(shown.calibration.rotation[i], defaults.calibration.rotation[i], 1e-6);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_NEAR(shown.calibration.translationMm[i], defaults.calibration.translationMm[i], 1e-3);
+    EXPECT_EQ(shown.temperatures.head, defaults.temperatures.head);
+    EXPECT_EQ(shown.temperatures.lens, defaults.temperatures.lens);
+    EXPECT_EQ(shown.temperatures.led, defaults.temperatures.led);
+    EXPECT_EQ(shown.temperatures.pcb, defaults.temperatures.pcb);
+    EXPECT_EQ(shown.temperatures.dmd, defaults.temperatures.dmd);
+}
+
+TEST(SceneFile, DocumentationShowsAValidScene) {
+    VirtualHeads folder;
+    std::ofstream(folder.folder() / "duck.obj") << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    EXPECT_EQ(Virtual::loadScene(folder.plugText("scene", documented(1))).objects.size(), 5U);
 }
 
 TEST(HeadFile, ReadsTheHeadsThatAreShipped) {

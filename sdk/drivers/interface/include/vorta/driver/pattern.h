@@ -7,7 +7,8 @@
 namespace Vorta::Driver {
 
 /// How the projector's mirrors are arranged: on a square grid, or on a diamond grid whose odd rows are shifted by
-/// half a mirror.
+/// half a mirror. On the diamond grid a column's coordinate is the mean of its even rows, a quarter of a mirror to the
+/// left of it, and its odd rows, a quarter to the right.
 enum class Lattice : std::uint8_t { Plain, Diamond };
 
 /// Along which projector coordinate a pattern varies.

@@ -23,13 +23,13 @@ struct SensorModel {
 
 /// Where the two lenses are sharp and how wide they open.
 struct OpticsModel {
-    double cameraFocusMm = 700.0;      ///< z of the sharp plane
-    double cameraApertureMm = 8.0;     ///< diameter with the iris fully open
-    double projectorFocusMm = 728.0;   ///< z, in projector coordinates, of the sharp plane
-    double projectorApertureMm = 2.0;  ///< diameter of the pupil
-    double projectorSoftness = 0.35;   ///< blur of the projector's lens in the sharp plane, sigma in pixels
-    double projectorVignetting = 0.1;  ///< light lost in the corner of the projected image, 0 to 1
-    double projectorContrast = 800.0;  ///< full white to full black
+    double cameraFocusMm = 700.0;     ///< z of the sharp plane
+    double cameraApertureMm = 8.0;    ///< diameter with the iris fully open
+    double projectorFocusMm = 728.0;  ///< z, in projector coordinates, of the sharp plane
+    double projectorApertureMm = 2.0; ///< diameter of the pupil
+    double projectorSoftness = 0.4;   ///< blur of the projector's lens in the sharp plane, sigma in pixels
+    double projectorVignetting = 0.1; ///< light lost in the corner of the projected image, 0 to 1
+    double projectorContrast = 800.0; ///< full white to full black
 };
 
 /// One virtual head as its file states it.
