@@ -7,6 +7,7 @@
 #include "vorta/common/exceptions.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -130,10 +131,10 @@ struct Reconstructor::State {
                                                                                     : Kernels::vectorised()) {}
 
     void setCalibration(const Driver::Calibration& calibration);
-    void computeBlock(const Frame& frame, std::size_t block, Scratch& scratch) const;
+    void computeBlock(const Frame& frame, std::size_t block, Scratch& buffers) const;
     [[nodiscard]] Kernels::CodedRow codedRow(const Frame& frame, std::size_t row) const;
-    void whiteRow(const Frame& frame, std::size_t row, Scratch& scratch) const;
-    void colourRow(std::size_t row, Scratch& scratch) const;
+    void whiteRow(const Frame& frame, std::size_t row, Scratch& buffers) const;
+    void colourRow(std::size_t row, Scratch& buffers) const;
 
     SequenceLayout layout;
     Mosaic mosaic;
