@@ -90,31 +90,22 @@ void MainWindow::createViews() {
 void MainWindow::createActions() {
     toolBar_ = addToolBar(QStringLiteral("Toolbar"));
     toolBar_->setObjectName(QStringLiteral("ToolBar"));
+    using Actions::Id;
+    // Docks and the toolbar bring an action that always tells whether they are shown.
+    const auto adopt = [this](Id id, QAction* existing) { actions_[static_cast<std::size_t>(id)] = existing; };
+    adopt(Id::CameraImage, cameraDock_->toggleViewAction());
+    adopt(Id::DepthImage, depthDock_->toggleViewAction());
+    adopt(Id::LogWindow, logDock_->toggleViewAction());
+    adopt(Id::Toolbar, toolBar_->toggleViewAction());
     for (const Actions::Description& description : Actions::all()) {
         QAction*& slot = actions_[static_cast<std::size_t>(description.id)];
-        // Docks and the toolbar bring an action that always tells whether they are shown.
-        switch (description.id) {
-        case Actions::Id::CameraImage:
-            slot = cameraDock_->toggleViewAction();
-            break;
-        case Actions::Id::DepthImage:
-            slot = depthDock_->toggleViewAction();
-            break;
-        case Actions::Id::LogWindow:
-            slot = logDock_->toggleViewAction();
-            break;
-        case Actions::Id::Toolbar:
-            slot = toolBar_->toggleViewAction();
-            break;
-        default:
+        if (!slot)
             slot = new QAction(this);
-        }
         Actions::configure(*slot, description.id);
     }
     const auto onTrigger = [this](Actions::Id id, auto handler) {
         connect(&action(id), &QAction::triggered, this, handler);
     };
-    using Actions::Id;
     onTrigger(Id::Load, &MainWindow::slotOpenFile);
     onTrigger(Id::Save, &MainWindow::slotFileSave);
     onTrigger(Id::LoadSettings, &MainWindow::slotLoadSettings);
@@ -257,11 +248,11 @@ void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus
     action(Actions::Id::Grab).setEnabled(status.connected && !status.live);
 }
 
-void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> data) {
+void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record) {
     if (!controller_.status().live) {
-        pointCloudView_->loadPoints(data->pointCloud(), std::exchange(firstCloud_, false));
+        pointCloudView_->loadPoints(record->pointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
-        refreshImages(*data);
+        refreshImages(*record);
     }
     action(Actions::Id::Save).setEnabled(true);
 }
@@ -275,11 +266,12 @@ void MainWindow::slotDeviceCloudUpdated(Vorta::DeviceCloud cloud) {
         refreshImages(*controller_.record());
 }
 
-void MainWindow::refreshImages(const Vorta::CloudWithImagesAndMask& data) {
-    cameraImage_->setImage(data.colorImage());
-    cameraImage_->setMask(data.mask());
-    depthImage_->setDepthImage(data.depthImage(), static_cast<float>(data.minZ()), static_cast<float>(data.maxZ()));
-    depthImage_->setMask(data.mask());
+void MainWindow::refreshImages(const Vorta::CloudWithImagesAndMask& record) {
+    cameraImage_->setImage(record.colorImage());
+    cameraImage_->setMask(record.mask());
+    depthImage_->setDepthImage(record.depthImage(), static_cast<float>(record.minZ()),
+                               static_cast<float>(record.maxZ()));
+    depthImage_->setMask(record.mask());
 }
 
 void MainWindow::toggleRgb() {

@@ -50,7 +50,7 @@ public Q_SLOTS:
     void slotSaveSettings();
     void slotExit();
     void slotDeviceCloudUpdated(Vorta::DeviceCloud cloud);
-    void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> data);
+    void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record);
     void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
     void restoreGeometryAndState();
     void toggleRgb();
@@ -71,7 +71,7 @@ private:
     void connectController();
     void resetLayout();
     void captureSingle();
-    void refreshImages(const Vorta::CloudWithImagesAndMask& data);
+    void refreshImages(const Vorta::CloudWithImagesAndMask& record);
     [[nodiscard]] QAction& action(Actions::Id id) const { return *actions_[static_cast<std::size_t>(id)]; }
 
     Vorta::VortaInterface& controller_;
