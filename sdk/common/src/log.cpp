@@ -38,14 +38,7 @@ thread_local unsigned depth = 0;
 /// wait for threads that log.
 class Delivery {
 public:
-    Delivery() {
-        const std::lock_guard lock{registry().mutex};
-        receiver_ = registry().receiver;
-        if (receiver_) {
-            ++receiver_->running;
-            ++depth;
-        }
-    }
+    Delivery() : receiver_(enter()) {}
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
     ~Delivery() {
@@ -60,6 +53,16 @@ public:
     [[nodiscard]] const Callback* callback() const noexcept { return receiver_ ? &receiver_->callback : nullptr; }
 
 private:
+    static std::shared_ptr<Receiver> enter() {
+        const std::lock_guard lock{registry().mutex};
+        const std::shared_ptr<Receiver>& receiver = registry().receiver;
+        if (receiver) {
+            ++receiver->running;
+            ++depth;
+        }
+        return receiver;
+    }
+
     std::shared_ptr<Receiver> receiver_;
 };
 
