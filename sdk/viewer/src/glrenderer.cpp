@@ -108,11 +108,10 @@ bool GlRenderer::setUpCloud(Cloud& cloud) {
     const QOpenGLVertexArrayObject::Binder binder(&cloud.array);
     cloud.vertices.bind();
     cloud.indices.bind();
-    gl_->glEnableVertexAttribArray(0);
-    gl_->glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(CloudVertex), nullptr);
-    gl_->glEnableVertexAttribArray(1);
-    gl_->glVertexAttribPointer(1, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(CloudVertex),
-                               reinterpret_cast<const void*>(offsetof(CloudVertex, blue)));
+    pointProgram_->enableAttributeArray(0);
+    pointProgram_->setAttributeBuffer(0, GL_FLOAT, offsetof(CloudVertex, x), 3, sizeof(CloudVertex));
+    pointProgram_->enableAttributeArray(1);
+    pointProgram_->setAttributeBuffer(1, GL_UNSIGNED_BYTE, offsetof(CloudVertex, blue), 4, sizeof(CloudVertex));
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include <QtCore/QEvent>
 #include <QtGui/QPlatformSurfaceEvent>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -299,7 +300,7 @@ QImage VortaViewer::Impl::image() {
     const double ratio = window_->devicePixelRatio();
     const QSize size(static_cast<int>(trackball_->width() * ratio), static_cast<int>(trackball_->height() * ratio));
     if (!renderer_->drawToImage(frameSettings(CloudDetail::Full), size, picture))
-        return QImage();
+        return {};
     picture.setDevicePixelRatio(ratio);
     return picture;
 }
