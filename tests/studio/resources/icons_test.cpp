@@ -76,10 +76,11 @@ TEST(Icons, ExistAtTheirSizeAndAtTwiceThat) {
 }
 
 TEST(Icons, ArePackedForEveryNameInTheSources) {
-    static const QRegularExpression literal(QStringLiteral("\"(?::/icons/)?([A-Za-z0-9_-]+\\.png)\""));
+    static const QRegularExpression literal(QStringLiteral("[\">](?::/icons/)?([A-Za-z0-9_-]+\\.png)[\"<]"));
     QStringList used;
-    QDirIterator files(QStringLiteral(VORTA_SOURCE_DIR "/studio"), {QStringLiteral("*.cpp"), QStringLiteral("*.h")},
-                       QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(QStringLiteral(VORTA_SOURCE_DIR "/studio"),
+                       {QStringLiteral("*.cpp"), QStringLiteral("*.h"), QStringLiteral("*.ui")}, QDir::Files,
+                       QDirIterator::Subdirectories);
     while (files.hasNext()) {
         QFile file(files.next());
         ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(file.fileName());
