@@ -28,7 +28,7 @@ protected:
 };
 
 TEST_F(Failures, OfUseGiveStatus2AndDoNothing) {
-    expect(2, {}, "subcommand is required");
+    expect(2, {}, "A subcommand is required");
     expect(2, {"grab"}, "grab");
     expect(2, {"list", "--yaml"}, "--yaml");
     expect(2, {"capture"}, "OUTPUT is required");

@@ -49,13 +49,13 @@ TEST(Info, SaysTheSameInJson) {
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(query(result.out, "d['file']"), path + "\n");
     EXPECT_EQ(query(result.out, "d['model'], d['serialNumber'], d['firmware'], d['productRevision']"),
-              "('VORTA Test', 'T-0001', 'VORTA 0.9.21', 'Rev3')\n");
+              "VORTA Test T-0001 VORTA 0.9.21 Rev3\n");
     EXPECT_EQ(query(result.out, "d['time']"), "2026-03-04T05:06:07.000008Z\n");
     EXPECT_EQ(query(result.out, "d['width'], d['height'], d['validPoints'], d['minZ'], d['maxZ']"),
-              "(3, 2, 5, 701.5, 706.5)\n");
+              "3 2 5 701.5 706.5\n");
     EXPECT_EQ(query(result.out, "d['temperatures']"), "{'head': 31.5, 'lens': 30.25, 'dmd': 40.125}\n");
     EXPECT_EQ(query(result.out, "d['settings']['Iris'], d['settings']['Camera/MeasurementFile']"),
-              "('17', 'C:\\\\data\\\\\"a\".vdf')\n");
+              "17 C:\\data\\\"a\".vdf\n");
 }
 
 TEST(Info, KnowsNoDepthWithoutValidPoints) {
@@ -64,7 +64,7 @@ TEST(Info, KnowsNoDepthWithoutValidPoints) {
         .save(folder.file("a.vdf"));
     const Result text = vorta({"info", folder.file("a.vdf")});
     EXPECT_THAT(text.out, HasSubstr("2 x 2 points, 0 valid\nTemperatures: head 0.0 °C\n"));
-    EXPECT_EQ(query(vorta({"info", "--json", folder.file("a.vdf")}).out, "d['minZ'], d['maxZ']"), "(None, None)\n");
+    EXPECT_EQ(query(vorta({"info", "--json", folder.file("a.vdf")}).out, "d['minZ'], d['maxZ']"), "None None\n");
 }
 
 } // namespace

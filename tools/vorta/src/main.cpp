@@ -19,7 +19,6 @@ void report(std::string message) {
 int run(int argc, char** argv) {
     CLI::App app("Takes measurements with Vorta cameras, and reads and converts their files.", "vorta");
     app.set_version_flag("--version", "vorta " VORTA_VERSION);
-    app.require_subcommand(1);
     Vorta::Tool::addListCommand(app);
     Vorta::Tool::addCaptureCommand(app);
     Vorta::Tool::addConvertCommand(app);
@@ -27,6 +26,8 @@ int run(int argc, char** argv) {
     Vorta::Tool::addSettingsCommand(app);
     try {
         app.parse(argc, argv);
+        if (app.get_subcommands().empty())
+            throw Vorta::Tool::UsageError("A subcommand is required (\"vorta --help\" lists what there is)");
     } catch (const CLI::Success& request) {
         return app.exit(request); // help or version
     } catch (const CLI::ParseError& error) {
