@@ -3,7 +3,7 @@
 // Ours makes the colours as well.
 
 #include "plainreconstruction.h"
-#include "studio/ratio.h"
+#include "ratio.h"
 
 #include "vorta/reconstruction/projection.h"
 #include "vorta/reconstruction/reconstructor.h"

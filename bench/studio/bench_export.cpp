@@ -2,7 +2,7 @@
 // ready data for the binary formats, fprintf per point for the text format.
 
 #include "export/pointcloudwriters.h"
-#include "studio/ratio.h"
+#include "ratio.h"
 
 #include <cmath>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // buffer that has been written before.
 #include "camera/recordbuilder.h"
 #include "camera/recordkernels.h"
-#include "studio/ratio.h"
+#include "ratio.h"
 
 #include <cstring>
 #include <memory>
