@@ -2,6 +2,7 @@
 #include "vorta/common/settings.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
@@ -14,7 +15,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <vector>
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 namespace Vorta {
@@ -26,12 +27,28 @@ namespace fs = std::filesystem;
 constexpr std::string_view internalNode = "Internal";
 constexpr std::string_view binaryTag = "tag:yaml.org,2002:binary";
 /// Far more than any settings file needs; keeps a data file chosen by mistake from being read whole.
-constexpr std::uintmax_t largestFileBytes = 1U << 20U;
+constexpr std::size_t largestFileBytes = 1U << 20U;
 
 /// Why a stream failed; streams themselves do not tell.
 std::error_code lastSystemError() {
     return errno != 0 ? std::error_code{errno, std::generic_category()} : std::make_error_code(std::errc::io_error);
 }
+
+/// Steps over a document.
+class IgnoreEvents : public YAML::EventHandler {
+    void OnDocumentStart(const YAML::Mark& /*mark*/) override {}
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnScalar(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                  const std::string& /*value*/) override {}
+    void OnSequenceStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                         YAML::EmitterStyle::value /*style*/) override {}
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                    YAML::EmitterStyle::value /*style*/) override {}
+    void OnMapEnd() override {}
+};
 
 /// Reads one settings file; every failure names it.
 class Reader {
@@ -40,12 +57,10 @@ public:
 
     [[nodiscard]] Settings read() const {
         Settings settings;
-        const std::vector<YAML::Node> documents = parse(load());
-        if (documents.empty() || documents.front().IsNull())
-            fail("it is empty");
-        if (documents.size() > 1)
-            fail("it holds more than one YAML document");
-        readGroup(documents.front(), {}, settings);
+        const YAML::Node document = parse(load());
+        if (document.IsNull())
+            fail("it holds no settings");
+        readGroup(document, {}, settings);
         return settings;
     }
 
@@ -68,21 +83,32 @@ private:
         std::ifstream file{fs::path{path_}, std::ios::binary};
         if (!file)
             fail(lastSystemError().message());
-        std::string content(largestFileBytes + 1, '\0');
-        file.read(content.data(), static_cast<std::streamsize>(content.size()));
+        std::string content;
+        std::array<char, 16'384> block{};
+        do {
+            file.read(block.data(), block.size());
+            content.append(block.data(), static_cast<std::size_t>(file.gcount()));
+            if (content.size() > largestFileBytes)
+                fail("it is too large for a settings file");
+        } while (file);
         if (file.bad())
             fail(lastSystemError().message());
-        content.resize(static_cast<std::size_t>(file.gcount()));
-        if (content.size() > largestFileBytes)
-            fail("it is too large for a settings file");
         // Without an end of the document the parser takes the end of the file for the end of an open quote.
         content += content.ends_with('\n') ? "...\n" : "\n...\n";
         return content;
     }
 
-    [[nodiscard]] std::vector<YAML::Node> parse(const std::string& content) const {
+    [[nodiscard]] YAML::Node parse(const std::string& content) const {
         try {
-            return YAML::LoadAll(content);
+            const YAML::Node document = YAML::Load(content);
+            // Loading all documents at once never ends when one begins with a comma.
+            std::istringstream stream(content);
+            YAML::Parser parser(stream);
+            IgnoreEvents ignore;
+            parser.HandleNextDocument(ignore);
+            if (!document.IsNull() && parser)
+                fail("it holds more than one YAML document");
+            return document;
         } catch (const YAML::Exception& error) {
             fail(error.mark, "it is not YAML: " + error.msg);
         }

@@ -251,9 +251,10 @@ TEST_F(SettingsFile, UnreadableFiles) {
 }
 
 TEST_F(SettingsFile, FilesThatAreNoTreeOfSettings) {
-    EXPECT_EQ(refusal(""), "it is empty.");
-    EXPECT_EQ(refusal("# only a comment\n"), "it is empty.");
-    EXPECT_EQ(refusal("~\n"), "it is empty.");
+    EXPECT_EQ(refusal(""), "it holds no settings.");
+    EXPECT_EQ(refusal("# only a comment\n"), "it holds no settings.");
+    EXPECT_EQ(refusal("~\n"), "it holds no settings.");
+    EXPECT_EQ(refusal(",Iris: 3\n"), "it holds no settings.");
     EXPECT_EQ(refusal("just text\n"), "line 1: it does not hold named settings.");
     EXPECT_EQ(refusal("\n- Iris\n"), "line 2: it does not hold named settings.");
     EXPECT_EQ(refusal("Iris: 3\n---\nIris: 4\n"), "it holds more than one YAML document.");
