@@ -29,6 +29,7 @@ constexpr double zoomOutFactor = 0.8;
 constexpr double largestScale = 3.0;
 constexpr double smallestScale = 0.333;
 constexpr int controlSpacing = 5;
+constexpr int smallestControlWidth = 56;
 
 QDoubleSpinBox* makeRangeBox(const QString& name, const QString& tip) {
     auto* box = new QDoubleSpinBox;
@@ -46,6 +47,8 @@ ImageViewer::ImageViewer(QWidget* parent)
     ui_->setupUi(this);
     label_->setObjectName(QStringLiteral("imageLabel"));
     ui_->scrollArea->setWidget(label_);
+    // The same around a picture that is smaller than the view.
+    ui_->scrollArea->setBackgroundRole(label_->backgroundRole());
     legend_ = new ColorMapLegend(colorMap_);
     legend_->setObjectName(QStringLiteral("colorMapLegend"));
     legend_->hide();
@@ -69,6 +72,9 @@ void ImageViewer::createDepthControls() {
     reset->setToolTip(tr("Use the depth range of the last frame"));
     depthMap_ = new QComboBox;
     depthMap_->setObjectName(QStringLiteral("depthMapComboBox"));
+    // A narrow dock shortens these two before it hides any control.
+    reset->setMinimumWidth(smallestControlWidth);
+    depthMap_->setMinimumWidth(smallestControlWidth);
     for (std::uint32_t mode = 0; mode < ColorMap::modeCount; ++mode)
         depthMap_->addItem(ColorMap::modeName(mode));
     auto* rangeLabel = new QLabel(tr("&Range:"));

@@ -1,0 +1,100 @@
+#include "imageview/colormaplegend.h"
+
+#include "imageview/colormap.h"
+#include "support/imagecompare.h"
+#include "support/widgets.h"
+
+#include <QFontMetrics>
+#include <gtest/gtest.h>
+
+namespace {
+
+using Vorta::Test::grabFromScreen;
+using Vorta::Test::showAndActivate;
+
+constexpr int shownHeight = 201;
+
+class Legend : public testing::Test {
+protected:
+    Legend() { map_.setup(0.0F, 100.0F, ColorMap::normal); }
+
+    QImage shown() {
+        legend_.resize(120, shownHeight);
+        showAndActivate(legend_);
+        return grabFromScreen(legend_);
+    }
+
+    /// Ink of the labels between two rows.
+    static bool hasText(const QImage& image, int top, int bottom) {
+        return Vorta::Test::countColours(image.copy(35, top, image.width() - 35, bottom - top)) > 1;
+    }
+
+    static int distance(QRgb a, QRgb b) {
+        return std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
+    }
+
+    ColorMap map_;
+    ColorMapLegend legend_{map_};
+};
+
+TEST_F(Legend, HasRoomForBarTicksAndTheMinimum) {
+    // The map went down to -1000 when the legend was made.
+    EXPECT_EQ(legend_.minimumWidth(), 10 + 20 + 15 + legend_.fontMetrics().horizontalAdvance(QStringLiteral("-1000")));
+    EXPECT_EQ(legend_.sizePolicy().horizontalPolicy(), QSizePolicy::Minimum);
+    EXPECT_EQ(legend_.sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
+}
+
+TEST_F(Legend, BarRunsFromTheMinimumBelowToTheMaximumAbove) {
+    const QImage image = shown();
+    EXPECT_LE(distance(image.pixel(10, 1), qRgb(255, 0, 0)), 6);
+    EXPECT_LE(distance(image.pixel(10, shownHeight - 2), qRgb(0, 0, 255)), 8);
+    // Six segments of equal height: the starts of the third and fourth stand at 4/6 and 3/6 of the height.
+    EXPECT_LE(distance(image.pixel(10, 133), qRgb(0, 255, 255)), 8);
+    EXPECT_LE(distance(image.pixel(10, 100), qRgb(0, 255, 0)), 8);
+}
+
+TEST_F(Legend, BarIsFramedInBlack) {
+    const QImage image = shown();
+    for (const QPoint& corner :
+         {QPoint(0, 0), QPoint(19, 0), QPoint(0, shownHeight - 1), QPoint(19, shownHeight - 1), QPoint(0, 100)})
+        EXPECT_EQ(image.pixel(corner), qRgb(0, 0, 0)) << corner.x() << ' ' << corner.y();
+    EXPECT_NE(image.pixel(20, 80), qRgb(0, 0, 0));
+}
+
+TEST_F(Legend, TicksAreLongAtTheEndsAndShortBetween) {
+    const QImage image = shown();
+    const auto length = [&](int y) {
+        int x = 20;
+        while (image.pixel(x, y) == qRgb(0, 0, 0))
+            ++x;
+        return x - 20;
+    };
+    EXPECT_EQ(length(0), 10);
+    EXPECT_EQ(length(50), 5);
+    EXPECT_EQ(length(100), 5);
+    EXPECT_EQ(length(150), 5);
+    EXPECT_EQ(length(200), 10);
+    EXPECT_EQ(length(75), 0);
+}
+
+TEST_F(Legend, LabelsStandBesideTheTicks) {
+    const QImage image = shown();
+    const int fontHeight = legend_.fontMetrics().height();
+    EXPECT_TRUE(hasText(image, 0, fontHeight));
+    EXPECT_FALSE(hasText(image, fontHeight + 2, 50 - fontHeight));
+    for (const int middle : {50, 100, 150})
+        EXPECT_TRUE(hasText(image, middle - fontHeight / 2, middle + fontHeight / 2)) << middle;
+    EXPECT_TRUE(hasText(image, shownHeight - fontHeight, shownHeight));
+}
+
+TEST_F(Legend, FollowsTheMap) {
+    const QImage before = shown();
+    map_.setup(500.0F, 600.0F, ColorMap::blackToWhite);
+    legend_.update();
+    ASSERT_TRUE(Vorta::Test::waitFor([&] { return grabFromScreen(legend_) != before; }));
+    const QImage image = grabFromScreen(legend_);
+    EXPECT_LE(distance(image.pixel(10, 1), qRgb(255, 255, 255)), 6);
+    EXPECT_LE(distance(image.pixel(10, shownHeight - 2), qRgb(0, 0, 0)), 6);
+}
+
+} // namespace
