@@ -4,11 +4,11 @@
 #include "camera/vortainterface.h"
 #include "mainwindow/mainwindow.h"
 #include "vorta/api/application.h"
+#include "vorta/viewer/vortaviewer.h"
 
 #include <QCommandLineParser>
 #include <QLocale>
 #include <QMessageBox>
-#include <QSurfaceFormat>
 
 namespace Vorta {
 
@@ -16,12 +16,7 @@ namespace {
 
 // What the toolkit must know before its application object exists.
 void prepareToolkit() {
-    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
-    format.setVersion(3, 3);
-    format.setProfile(QSurfaceFormat::CoreProfile);
-    format.setDepthBufferSize(24);
-    format.setSwapInterval(0);
-    QSurfaceFormat::setDefaultFormat(format);
+    VortaViewer::setDefaultSurfaceFormat();
     // Only the 3D view gets a native window; its neighbours and parents stay light.
     QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);

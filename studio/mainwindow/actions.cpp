@@ -11,54 +11,56 @@ namespace {
 constexpr bool checkable = true;
 constexpr bool checked = true;
 constexpr bool available = true;
+constexpr std::array<int, 2> noKeys{};
+// Two presses, not the chord that window managers take for themselves.
+constexpr std::array<int, 2> altThenF4{Qt::Key_Alt, Qt::Key_F4};
 
-// Exit's keys are two presses, Alt and then F4, not the chord that window managers take for themselves.
 constexpr std::array<Description, static_cast<std::size_t>(Id::Count)> table{{
-    {Id::Load, "actionLoad", "&Load...", nullptr, nullptr, "folder.png", nullptr, Menu::File, !checkable, !checked,
+    {Id::Load, "actionLoad", "&Load...", nullptr, nullptr, "folder.png", noKeys, Menu::File, !checkable, !checked,
      available},
-    {Id::Save, "actionSave", "&Save...", nullptr, nullptr, "disk.png", nullptr, Menu::File, !checkable, !checked,
+    {Id::Save, "actionSave", "&Save...", nullptr, nullptr, "disk.png", noKeys, Menu::File, !checkable, !checked,
      available},
-    {Id::LoadSettings, "actionLoadSettings", "L&oad Settings...", nullptr, nullptr, "openConfig.png", nullptr,
+    {Id::LoadSettings, "actionLoadSettings", "L&oad Settings...", nullptr, nullptr, "openConfig.png", noKeys,
      Menu::File, !checkable, !checked, available},
-    {Id::SaveSettings, "actionSaveSettings", "Sa&ve Settings...", nullptr, nullptr, "saveConfig.png", nullptr,
+    {Id::SaveSettings, "actionSaveSettings", "Sa&ve Settings...", nullptr, nullptr, "saveConfig.png", noKeys,
      Menu::File, !checkable, !checked, available},
-    {Id::Exit, "actionExit", "&Exit", nullptr, nullptr, nullptr, "Alt, F4", Menu::File, !checkable, !checked,
+    {Id::Exit, "actionExit", "&Exit", nullptr, nullptr, nullptr, altThenF4, Menu::File, !checkable, !checked,
      available},
-    {Id::Preferences, "actionPreferences", "&Preferences...", nullptr, nullptr, "preferences.png", nullptr, Menu::Edit,
+    {Id::Preferences, "actionPreferences", "&Preferences...", nullptr, nullptr, "preferences.png", noKeys, Menu::Edit,
      !checkable, !checked, !available},
-    {Id::Capture, "actionCapture", "&Capture...", nullptr, nullptr, "capture.png", nullptr, Menu::Image, !checkable,
+    {Id::Capture, "actionCapture", "&Capture...", nullptr, nullptr, "capture.png", noKeys, Menu::Image, !checkable,
      !checked, !available},
-    {Id::CameraImage, "actionCameraImage", "&Camera Image", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable,
+    {Id::CameraImage, "actionCameraImage", "&Camera Image", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable,
      checked, available},
-    {Id::DepthImage, "actionDepthImage", "&Depth Image", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable,
+    {Id::DepthImage, "actionDepthImage", "&Depth Image", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable,
      checked, available},
-    {Id::LogWindow, "actionLogWindow", "&Log Window", nullptr, nullptr, "blue-document-clock.png", nullptr, Menu::View,
+    {Id::LogWindow, "actionLogWindow", "&Log Window", nullptr, nullptr, "blue-document-clock.png", noKeys, Menu::View,
      checkable, checked, available},
-    {Id::Settings, "actionSettings", "&Settings", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable, !checked,
+    {Id::Settings, "actionSettings", "&Settings", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, !checked,
      !available},
-    {Id::Toolbar, "actionToolbar", "&Toolbar", nullptr, nullptr, nullptr, nullptr, Menu::View, checkable, checked,
+    {Id::Toolbar, "actionToolbar", "&Toolbar", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, checked,
      available},
-    {Id::ResetLayout, "actionResetLayout", "&Reset Layout", nullptr, nullptr, nullptr, nullptr, Menu::View, !checkable,
+    {Id::ResetLayout, "actionResetLayout", "&Reset Layout", nullptr, nullptr, nullptr, noKeys, Menu::View, !checkable,
      !checked, available},
-    {Id::ResetView, "actionResetView", "Reset 3D Point Cloud &View", "&Reset", nullptr, "resetview.png", nullptr,
+    {Id::ResetView, "actionResetView", "Reset 3D Point Cloud &View", "&Reset", nullptr, "resetview.png", noKeys,
      Menu::View, !checkable, !checked, available},
-    {Id::About, "actionAbout", "&About...", nullptr, nullptr, "question-frame.png", nullptr, Menu::Help, !checkable,
+    {Id::About, "actionAbout", "&About...", nullptr, nullptr, "question-frame.png", noKeys, Menu::Help, !checkable,
      !checked, !available},
-    {Id::Update, "actionUpdate", "&Update...", nullptr, nullptr, nullptr, nullptr, Menu::Help, !checkable, !checked,
+    {Id::Update, "actionUpdate", "&Update...", nullptr, nullptr, nullptr, noKeys, Menu::Help, !checkable, !checked,
      !available},
-    {Id::Grab, "actionGrab", "&Grab", nullptr, nullptr, "camera.png", nullptr, Menu::None, !checkable, !checked,
+    {Id::Grab, "actionGrab", "&Grab", nullptr, nullptr, "camera.png", noKeys, Menu::None, !checkable, !checked,
      available},
-    {Id::Hdr, "actionHDR", "&HDR", nullptr, nullptr, "HDR.png", nullptr, Menu::None, !checkable, !checked, !available},
-    {Id::Live, "actionLive", "&Live", nullptr, nullptr, "Video.png", nullptr, Menu::None, !checkable, !checked,
+    {Id::Hdr, "actionHDR", "&HDR", nullptr, nullptr, "HDR.png", noKeys, Menu::None, !checkable, !checked, !available},
+    {Id::Live, "actionLive", "&Live", nullptr, nullptr, "Video.png", noKeys, Menu::None, !checkable, !checked,
      !available},
-    {Id::Stop, "actionStop", "&Stop", nullptr, nullptr, "stop.png", nullptr, Menu::None, !checkable, !checked,
+    {Id::Stop, "actionStop", "&Stop", nullptr, nullptr, "stop.png", noKeys, Menu::None, !checkable, !checked,
      !available},
-    {Id::DisplayRgb, "actionDisplayRGB", "&DisplayRGB", "&Colors", nullptr, "rgb.png", nullptr, Menu::None, checkable,
+    {Id::DisplayRgb, "actionDisplayRGB", "&DisplayRGB", "&Colors", nullptr, "rgb.png", noKeys, Menu::None, checkable,
      checked, available},
-    {Id::ToggleMesh, "actionToggleMesh", "&Toggle Mesh", "&Mesh", "Toggle live mesh on/off", "mesh.png", nullptr,
+    {Id::ToggleMesh, "actionToggleMesh", "&Toggle Mesh", "&Mesh", "Toggle live mesh on/off", "mesh.png", noKeys,
      Menu::None, checkable, !checked, available},
     {Id::BackgroundColor, "actionBackgroundColor", "Set &Background Color", "&Background", "Set background color",
-     "backgroundColor.png", nullptr, Menu::None, !checkable, !checked, available},
+     "backgroundColor.png", noKeys, Menu::None, !checkable, !checked, available},
 }};
 
 constexpr std::array files{Id::Load, Id::Save};
@@ -92,8 +94,8 @@ void configure(QAction& action, Id id) {
         action.setToolTip(QLatin1String(d.toolTip));
     if (d.icon)
         action.setIcon(QIcon(QStringLiteral(":/icons/") + QLatin1String(d.icon)));
-    if (d.shortcut)
-        action.setShortcut(QKeySequence(QLatin1String(d.shortcut)));
+    if (d.keys != noKeys)
+        action.setShortcut(QKeySequence(d.keys[0], d.keys[1]));
     action.setCheckable(d.checkable);
     if (d.checkable)
         action.setChecked(d.checked);

@@ -43,11 +43,11 @@ enum class Menu { None, File, Edit, Image, View, Help };
 struct Description {
     Id id;
     const char* objectName;
-    const char* text;      ///< "&" marks the mnemonic
-    const char* shortText; ///< under the toolbar's icon; nullptr: the text
-    const char* toolTip;   ///< nullptr: the text
-    const char* icon;      ///< below ":/icons/"; nullptr: none
-    const char* shortcut;  ///< nullptr: none
+    const char* text;        ///< "&" marks the mnemonic
+    const char* shortText;   ///< under the toolbar's icon; nullptr: the text
+    const char* toolTip;     ///< nullptr: the text
+    const char* icon;        ///< below ":/icons/"; nullptr: none
+    std::array<int, 2> keys; ///< pressed one after the other; 0: none
     Menu menu;
     bool checkable;
     bool checked;   ///< at first

@@ -179,6 +179,8 @@ void MainWindow::show() {
 void MainWindow::slotHandleInitialShow() {
     restoreGeometryAndState();
     pointCloudView_->initialise();
+    if (firstCloud_)
+        pointCloudView_->setupInitialCloud();
     controller_.connectCamera(pointCloudView_->computeDevice());
 }
 

@@ -14,12 +14,16 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
-#include <QThread>
 #include <QTimer>
 
+#include <deque>
 #include <iostream>
+#include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <utility>
 
 namespace {
 
@@ -27,23 +31,52 @@ void tell(const QString& line) {
     std::cout << line.toStdString() << std::endl;
 }
 
+/// Lines from standard input, read on a thread of its own. One for the process: the program may make several
+/// application objects one after the other.
+class Commands {
+public:
+    Commands() {
+        std::thread([this] {
+            std::string line;
+            while (std::getline(std::cin, line)) {
+                const std::lock_guard lock(mutex_);
+                lines_.push_back(line);
+            }
+        }).detach(); // blocked in a read until the process ends
+    }
+
+    std::optional<std::string> next() {
+        const std::lock_guard lock(mutex_);
+        if (lines_.empty())
+            return std::nullopt;
+        std::string line = std::move(lines_.front());
+        lines_.pop_front();
+        return line;
+    }
+
+    static Commands& instance() {
+        static auto* commands = new Commands; // outlives everything, as its thread does
+        return *commands;
+    }
+
+private:
+    std::mutex mutex_;
+    std::deque<std::string> lines_;
+};
+
 class Observer : public QObject {
 public:
     Observer() : QObject(qApp) {
         connect(&timer_, &QTimer::timeout, this, &Observer::look);
         timer_.start(20);
-        auto* listener = QThread::create([this] {
-            std::string line;
-            while (std::getline(std::cin, line))
-                QMetaObject::invokeMethod(
-                    this, [this, line] { obey(line); }, Qt::QueuedConnection);
-        });
-        // Blocked in a read until the test closes the pipe; it dies with the process.
-        listener->start();
     }
 
 private:
     void look() {
+        // From the event loop and not from here: what a command throws is the program's to catch.
+        while (const auto command = Commands::instance().next())
+            QMetaObject::invokeMethod(
+                this, [this, line = *command] { obey(line); }, Qt::QueuedConnection);
         lookAtBox();
         for (QWidget* widget : QApplication::topLevelWidgets()) {
             auto* window = qobject_cast<MainWindow*>(widget);
