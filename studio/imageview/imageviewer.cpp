@@ -107,14 +107,14 @@ void ImageViewer::createSaturatedMaskAction() {
     maskSaturated_->setVisible(false);
 }
 
-void ImageViewer::setImage(cv::Mat m_mat) {
+void ImageViewer::setImage(const cv::Mat& m_mat) {
     maskSaturated_->setVisible(true);
     matrix_ = m_mat;
     displayedImage_ = QImage();
     showPicture(ImageConversion::displayImage(matrix_));
 }
 
-void ImageViewer::setDepthImage(cv::Mat_<float> depths, float zMin, float zMax) {
+void ImageViewer::setDepthImage(const cv::Mat_<float>& depths, float zMin, float zMax) {
     matrix_ = depths;
     displayedImage_ = colouredDepths();
     showPicture(displayedImage_);
@@ -160,7 +160,7 @@ void ImageViewer::slotResetDepthRange() {
     slotUpdateDepthImageFromControls();
 }
 
-void ImageViewer::setMask(cv::Mat mask) {
+void ImageViewer::setMask(const cv::Mat& mask) {
     mask_ = mask;
 }
 
@@ -236,7 +236,7 @@ void ImageViewer::updateActions() {
     ui_->actionSave_image->setEnabled(hasImage);
 }
 
-void ImageViewer::saveImage(std::string filename) {
+void ImageViewer::saveImage(const std::string& filename) {
     const bool written = displayedImage_.isNull() ? cv::imwrite(filename, matrix_)
                                                   : displayedImage_.save(QString::fromStdString(filename));
     if (!written)

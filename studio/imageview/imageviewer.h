@@ -53,16 +53,16 @@ public Q_SLOTS:
     void normalSize();
 
     /// Shows a colour (blue, green, red bytes) or grey image. Throws ArgumentInvalidException ("mat") for other types.
-    void setImage(cv::Mat m_mat);
+    void setImage(const cv::Mat& m_mat);
     /// Shows depths, NaN where there is none, in the colours of the present range. Then takes over [zMin, zMax], all in
     /// millimetres, as the new range, unless the user keeps the old one or zMax is not positive.
-    void setDepthImage(cv::Mat_<float> depths, float zMin, float zMax);
+    void setDepthImage(const cv::Mat_<float>& depths, float zMin, float zMax);
     /// Sets the range of colours and controls; pixels keep their colours.
     void updateDepthRange(float zMin, float zMax);
     /// Writes the image as shown (depths) or as measured (others); the file's ending decides on the format.
-    void saveImage(std::string filename);
+    void saveImage(const std::string& filename);
     /// Codes why a pixel is hidden, 0 = shown; empty = no mask.
-    void setMask(cv::Mat mask);
+    void setMask(const cv::Mat& mask);
     /// Shows position, value and mask class of a pixel in the status bar; clears it for a point outside the image.
     void updateMousePosition(int x, int y);
     void slotUpdateDepthImageFromControls();
