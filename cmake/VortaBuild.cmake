@@ -7,7 +7,8 @@ include(GoogleTest)
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env "CCACHE_SLOPPINESS=pch_defines,time_macros" ${CCACHE_PROGRAM})
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_NOHASHDIR=1
+      CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} ${CCACHE_PROGRAM})
 endif()
 
 if(NOT CMAKE_BUILD_TYPE)
