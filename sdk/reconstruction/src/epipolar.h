@@ -13,6 +13,7 @@ struct Crossing {
     T projectorDepthMm{}; // along the projector's axis
     T row{};              // from the top edge of the projector's row 0
     T error{};            // |distort(x, y).x - x'| that the search has left
+    T steepness{};        // negative where ray and plane meet at less than the least angle
 };
 
 template <typename T>
@@ -53,11 +54,14 @@ Crossing<T> cross(const ColumnGeometry<T>& g, T a, T b, T position) {
     const T radial = ((g.k3 * r2 + g.k2) * r2 + g.k1) * r2 + T(1);
     const T distortedX = x * radial + (two * g.p1 * xy + g.p2 * (r2 + two * xx));
     const T distortedY = y * radial + (g.p1 * (r2 + two * yy) + two * g.p2 * xy);
-    const T depth = (g.t[0] - x * g.t[2]) / (x * d3 - d1);
+    const T opening = x * d3 - d1;
+    const T depth = (g.t[0] - x * g.t[2]) / opening;
+    const T lengths2 = (a * a + b * b + T(1)) * (xx + T(1));
     return {.depthMm = depth,
             .projectorDepthMm = depth * d3 + g.t[2],
             .row = distortedY * g.rowScale + g.rowOffset,
-            .error = std::abs(distortedX - target)};
+            .error = std::abs(distortedX - target),
+            .steepness = opening * opening - lengths2 * g.minMeetingSine2};
 }
 
 } // namespace Vorta::Reconstruction

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
 namespace Vorta::Reconstruction {
 
@@ -47,6 +48,8 @@ ColumnGeometry<T> makeGeometry(const Driver::Calibration& calibration, int refin
     g.rowMaximum = static_cast<T>(static_cast<double>(p.height) + rowMargin);
     g.lineCount = static_cast<T>(p.width);
     g.residual = static_cast<T>(acceptedErrorPx / p.fx);
+    const double minSine = std::sin(minMeetingAngleDeg * std::numbers::pi / 180.0);
+    g.minMeetingSine2 = static_cast<T>(minSine * minSine);
     g.refinements = refinements;
     return g;
 }

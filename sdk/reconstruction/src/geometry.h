@@ -16,6 +16,10 @@ namespace Vorta::Reconstruction {
 ///
 /// The measured column gives the distorted coordinate x', and x solves distort(x, y(x)).x = x' along the line. One
 /// Newton step from x = x' and `refinements` more with its slope find x; `residual` bounds what is left.
+///
+/// The plane of the undistorted column has the normal (1, 0, -x) in the projector, so its angle with the ray is
+///
+///     asin(|x D3 - D1| / (sqrt(1 + x^2) |d|)),    |d|^2 = 1 + a^2 + b^2.
 template <typename T>
 struct ColumnGeometry {
     T r[9]{};                       // rotation, row-major
@@ -24,13 +28,19 @@ struct ColumnGeometry {
     T scale{}, offset{};            // x' = position * scale + offset, position counted from the left edge of column 0
     T rowScale{}, rowOffset{};      // row = y' * rowScale + rowOffset, counted from the top edge of row 0
     T rowMinimum{}, rowMaximum{};
-    T lineCount{}; // columns
-    T residual{};  // largest accepted |distort(x, y).x - x'|
+    T lineCount{};       // columns
+    T residual{};        // largest accepted |distort(x, y).x - x'|
+    T minMeetingSine2{}; // square of the sine of the least accepted angle between ray and plane
     int refinements = 0;
 };
 
 /// Rows by which a point may miss the projector's area: epipolar errors of a real calibration stay well below.
 inline constexpr double rowMargin = 1.0;
+
+/// Degrees at which a ray and a column's plane must meet. At 1 degree they do so 57 baselines away, and a tenth of a
+/// column (of a focal length of 1200) moves the crossing by a quarter of the baseline: a depth farther off says
+/// nothing.
+inline constexpr double minMeetingAngleDeg = 1.0;
 
 /// Depth in mm from which a crossing counts as none.
 inline constexpr double maxDepthMm = 1.0e6;

@@ -93,7 +93,8 @@ void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const Decode
         const Crossing<float> c = cross(g, ray.x[i], ray.y[i], position);
         const bool valid = decoded.accepted[i] != 0 && position >= 0.0F && position <= g.lineCount &&
                            c.row >= g.rowMinimum && c.row <= g.rowMaximum && c.error <= g.residual &&
-                           c.depthMm > 0.0F && c.depthMm < static_cast<float>(maxDepthMm) && c.projectorDepthMm > 0.0F;
+                           c.steepness >= 0.0F && c.depthMm > 0.0F && c.depthMm < static_cast<float>(maxDepthMm) &&
+                           c.projectorDepthMm > 0.0F;
         out.x[i] = valid ? ray.x[i] * c.depthMm : invalid;
         out.y[i] = valid ? ray.y[i] * c.depthMm : invalid;
         out.z[i] = valid ? c.depthMm : invalid;

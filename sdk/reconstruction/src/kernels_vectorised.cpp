@@ -261,14 +261,21 @@ HWY_INLINE void triangulateVector(const ColumnGeometry<float>& g, const Lens& le
     const auto error = hn::Abs(hn::Sub(lens.distortX(x, xx, xy, r2, factor), target));
     const auto row =
         hn::Add(hn::Mul(lens.distortY(y, yy, xy, r2, factor), hn::Set(d, g.rowScale)), hn::Set(d, g.rowOffset));
-    const auto depth = hn::Div(hn::Sub(t1, hn::Mul(x, t3)), hn::Sub(hn::Mul(x, d3), d1));
+    const auto opening = hn::Sub(hn::Mul(x, d3), d1);
+    const auto depth = hn::Div(hn::Sub(t1, hn::Mul(x, t3)), opening);
     const auto projectorDepth = hn::Add(hn::Mul(depth, d3), t3);
+
+    const auto one = hn::Set(d, 1.0F);
+    const auto rayLength2 = hn::Add(hn::Add(hn::Mul(a, a), hn::Mul(b, b)), one);
+    const auto lengths2 = hn::Mul(rayLength2, hn::Add(xx, one));
+    const auto steepness = hn::Sub(hn::Mul(opening, opening), hn::Mul(lengths2, hn::Set(d, g.minMeetingSine2)));
 
     const auto accepted = hn::PromoteTo(di, hn::LoadU(FloatBytes(), decoded.accepted + i));
     auto valid = hn::RebindMask(d, accepted > hn::Zero(di));
     valid = hn::And(valid, hn::And(position >= zero, position <= hn::Set(d, g.lineCount)));
     valid = hn::And(valid, hn::And(row >= hn::Set(d, g.rowMinimum), row <= hn::Set(d, g.rowMaximum)));
     valid = hn::And(valid, hn::And(error <= hn::Set(d, g.residual), depth > zero));
+    valid = hn::And(valid, steepness >= zero);
     valid = hn::And(valid, hn::And(depth<hn::Set(d, static_cast<float>(maxDepthMm)), projectorDepth> zero));
     const auto invalid = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Floats>(), 0x7FC00000U));
     hn::StoreU(hn::IfThenElse(valid, hn::Mul(a, depth), invalid), d, out.x + i);

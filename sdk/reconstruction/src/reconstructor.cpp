@@ -2,6 +2,7 @@
 
 #include "geometry.h"
 #include "kernels.h"
+#include "patchfilter.h"
 #include "workerpool.h"
 
 #include "vorta/common/exceptions.h"
@@ -56,6 +57,7 @@ void checkRange(double value, double minimum, double maximum, std::string_view n
 void check(const Parameters& parameters) {
     checkRange(parameters.minModulation, 0.0, 255.0, "minModulation");
     checkRange(parameters.minBitDifference, 1.0, 255.0, "minBitDifference");
+    checkRange(parameters.outlierThresholdMm, 0.0, maxDepthMm, "outlierThresholdMm");
     checkRange(parameters.redBalance, 0.0, maxGain, "redBalance");
     checkRange(parameters.blueBalance, 0.0, maxGain, "blueBalance");
     checkRange(parameters.blackLevel, 0.0, 255.0, "blackLevel");
@@ -131,7 +133,10 @@ struct Reconstructor::State {
                                                                                     : Kernels::vectorised()) {}
 
     void setCalibration(const Driver::Calibration& calibration);
-    void computeBlock(const Frame& frame, std::size_t block, Scratch& buffers) const;
+    [[nodiscard]] std::size_t blockCount() const noexcept { return (height + blockRows - 1) / blockRows; }
+    void computeBlock(const Frame& frame, std::size_t block, Scratch& buffers);
+    void findPatches(const Frame& frame, std::size_t row, bool joinAbove);
+    void removeOutliers(const Frame& frame);
     [[nodiscard]] Kernels::CodedRow codedRow(const Frame& frame, std::size_t row) const;
     void whiteRow(const Frame& frame, std::size_t row, Scratch& buffers) const;
     void colourRow(std::size_t row, Scratch& buffers) const;
@@ -145,6 +150,7 @@ struct Reconstructor::State {
     ColumnGeometry<float> geometry;
     std::vector<float> rayX, rayY; // one per camera pixel
     std::vector<Scratch> scratch;  // one per thread
+    PatchFilter patches{0, 0};
 };
 
 void Reconstructor::State::setCalibration(const Driver::Calibration& calibration) {
@@ -154,6 +160,7 @@ void Reconstructor::State::setCalibration(const Driver::Calibration& calibration
     std::vector<float> newRayX(camera.height * camera.width);
     std::vector<float> newRayY(camera.height * camera.width);
     std::vector<Scratch> newScratch(pool.size(), Scratch(camera.width));
+    PatchFilter newPatches(camera.height, camera.width);
     const auto work = [&](std::size_t row, std::size_t /*thread*/) {
         rayRow(camera, row, &newRayX[row * camera.width], &newRayY[row * camera.width]);
     };
@@ -164,6 +171,7 @@ void Reconstructor::State::setCalibration(const Driver::Calibration& calibration
     rayX = std::move(newRayX);
     rayY = std::move(newRayY);
     scratch = std::move(newScratch);
+    patches = std::move(newPatches);
 }
 
 Kernels::CodedRow Reconstructor::State::codedRow(const Frame& frame, std::size_t row) const {
@@ -213,7 +221,7 @@ void Reconstructor::State::colourRow(std::size_t row, Scratch& buffers) const {
                      buffers.bgra.data(), 0, width);
 }
 
-void Reconstructor::State::computeBlock(const Frame& frame, std::size_t block, Scratch& buffers) const {
+void Reconstructor::State::computeBlock(const Frame& frame, std::size_t block, Scratch& buffers) {
     const std::size_t first = block * blockRows;
     const std::size_t last = std::min(first + blockRows, height);
     const Kernels::DecodedRow decoded = buffers.decoded();
@@ -229,7 +237,30 @@ void Reconstructor::State::computeBlock(const Frame& frame, std::size_t block, S
                             width);
         colourRow(row, buffers);
         kernels.pack(coordinates, decoded.modulation, buffers.bgra.data(), frame.cloud.row(row).data(), 0, width);
+        if (frame.parameters.rejectOutliers)
+            findPatches(frame, row, row > first);
     }
+}
+
+/// Finds a row's patches while its points are at hand.
+void Reconstructor::State::findPatches(const Frame& frame, std::size_t row, bool joinAbove) {
+    const auto thresholdMm = static_cast<float>(frame.parameters.outlierThresholdMm);
+    patches.findRuns(frame.cloud, row, thresholdMm);
+    if (joinAbove)
+        patches.joinRows(frame.cloud, row, thresholdMm);
+}
+
+/// Joins the patches of the blocks and removes the small ones.
+void Reconstructor::State::removeOutliers(const Frame& frame) {
+    for (std::size_t row = blockRows; row < height; row += blockRows)
+        patches.joinRows(frame.cloud, row, static_cast<float>(frame.parameters.outlierThresholdMm));
+    const std::size_t minPoints = minPatchPoints(height * width);
+    const auto work = [&](std::size_t block, std::size_t /*thread*/) {
+        const std::size_t last = std::min((block + 1) * blockRows, height);
+        for (std::size_t row = block * blockRows; row < last; ++row)
+            patches.removeSmall(frame.cloud, row, minPoints);
+    };
+    pool.forEachBlock(blockCount(), std::cref(work));
 }
 
 Reconstructor::Reconstructor(const Driver::Calibration& calibration, SequenceLayout layout,
@@ -263,7 +294,9 @@ void Reconstructor::reconstruct(const Driver::ImageStack& images, const Paramete
     const auto work = [&](std::size_t block, std::size_t thread) {
         state.computeBlock(frame, block, state.scratch[thread]);
     };
-    state.pool.forEachBlock((state.height + blockRows - 1) / blockRows, std::cref(work));
+    state.pool.forEachBlock(state.blockCount(), std::cref(work));
+    if (parameters.rejectOutliers)
+        state.removeOutliers(frame);
 }
 
 } // namespace Vorta::Reconstruction

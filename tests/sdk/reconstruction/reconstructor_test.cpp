@@ -155,6 +155,47 @@ TEST(Reconstructor, SaturatedPointsAreRejectedUnlessAllowed) {
     EXPECT_GT(std::ranges::count_if(lenient.points(), &Point::isValid), 20000);
 }
 
+/// Puts what another surface looks like into some pixels: height x width of them from (row, column) on.
+void transplant(const Driver::ImageStack& from, Driver::ImageStack& to, std::size_t row, std::size_t column,
+                std::size_t height, std::size_t width) {
+    for (std::size_t image = 0; image < to.count(); ++image)
+        for (std::size_t r = row; r < row + height; ++r)
+            std::ranges::copy(from.row(image, r).subspan(column, width), to.row(image, r).subspan(column).begin());
+}
+
+// A plane at 700 mm with patches of 9 and 10 points at 600 mm and one of 9 points at 698 mm, all across the border of
+// the rows that threads share out.
+TEST(Reconstructor, SmallPatchesAwayFromTheirSurroundingsAreOutliers) {
+    const Driver::Calibration head = Simulation::smallHead(false);
+    const Reconstruction::SequenceLayout layout = planSequence(head.projector);
+    Driver::ImageStack images = render(head, layout, {}, {});
+    const Driver::ImageStack closer = render(head, layout, {.distance = 600.0}, {});
+    transplant(closer, images, 62, 100, 3, 3);
+    transplant(closer, images, 63, 120, 2, 5);
+    transplant(render(head, layout, {.distance = 698.0}, {}), images, 62, 140, 3, 3);
+    const auto depth = [](const PointCloud& cloud, std::size_t row, std::size_t column) {
+        return cloud(row, column).z;
+    };
+    for (const std::size_t threads : {1U, 3U}) {
+        const ReconstructorOptions options{.threads = threads};
+        const PointCloud all = reconstruct(head, images, {.rejectOutliers = false}, options);
+        EXPECT_NEAR(depth(all, 63, 101), 600.0F, 0.1F);
+        PointCloud expected = all.clone();
+        for (std::size_t row = 62; row < 65; ++row)
+            for (std::size_t column = 100; column < 103; ++column)
+                expected(row, column).x = expected(row, column).y = expected(row, column).z = std::nanf("");
+        const PointCloud filtered = reconstruct(head, images, {}, options);
+        EXPECT_TRUE(sameBytes(filtered, expected));
+        EXPECT_NEAR(depth(filtered, 63, 121), 600.0F, 0.1F);
+        EXPECT_NEAR(depth(filtered, 63, 141), 698.0F, 0.1F);
+
+        EXPECT_TRUE(sameBytes(reconstruct(head, images, {.outlierThresholdMm = 101.0}, options), all));
+        const PointCloud strict = reconstruct(head, images, {.outlierThresholdMm = 1.5}, options);
+        EXPECT_TRUE(std::isnan(depth(strict, 63, 141)));
+        EXPECT_NEAR(depth(strict, 63, 121), 600.0F, 0.1F);
+    }
+}
+
 TEST(Reconstructor, ThreadsAndArithmeticDoNotChangeAByte) {
     const Driver::Calibration head = Simulation::smallHead(true);
     const Driver::ImageStack images =
@@ -217,7 +258,9 @@ TEST(Reconstructor, RefusesWhatDoesNotFit) {
     images.resize(20, 150, 243);
     for (const Parameters& parameters :
          {Parameters{.minModulation = -0.1}, Parameters{.minModulation = std::nan("")},
-          Parameters{.minBitDifference = 0.5}, Parameters{.minBitDifference = 256.0}, Parameters{.redBalance = 100.1},
+          Parameters{.minBitDifference = 0.5}, Parameters{.minBitDifference = 256.0},
+          Parameters{.outlierThresholdMm = -0.1}, Parameters{.outlierThresholdMm = 1.1e6},
+          Parameters{.outlierThresholdMm = std::nan("")}, Parameters{.redBalance = 100.1},
           Parameters{.redBalance = -1.0}, Parameters{.blueBalance = 101.0}, Parameters{.blackLevel = -1.0},
           Parameters{.blackLevel = 256.0}})
         EXPECT_THROW(reconstructor.reconstruct(images, parameters, cloud), ArgumentOutOfRangeException);

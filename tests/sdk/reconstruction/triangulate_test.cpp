@@ -91,6 +91,21 @@ TEST(Triangulate, CrossingsBehindOrAtInfinityAreInvalid) {
     EXPECT_NEAR(meet(ahead, 0.3, 0.0, 100.0 + 400.0)[2], 1000.0F, 2e-3F);
 }
 
+// Both look along z, so ray (a, b, 1) and the plane through column x, with the normal (1, 0, -x), meet at the angle
+// asin((a - x) / sqrt((1 + a^2 + b^2) (1 + x^2))). For x = 0.02 and b = 0 that is atan(a) - atan(0.02), which is 1
+// degree at a = 0.037467; with b = 0.07 it takes a = 0.037511.
+TEST(Triangulate, RaysThatGrazeTheColumnsPlaneAreInvalid) {
+    Driver::Calibration head = parallelHead();
+    EXPECT_TRUE(std::isnan(meet(head, 0.03745, 0.0, 120.0)[2]));
+    EXPECT_NEAR(meet(head, 0.03749, 0.0, 120.0)[2], 100.0F / 0.01749F, 0.5F);
+    EXPECT_TRUE(std::isnan(meet(head, 0.03749, 0.07, 120.0)[2]));
+    EXPECT_FALSE(std::isnan(meet(head, 0.03753, 0.07, 120.0)[2]));
+    // A projector on the other side: the same angle the other way round.
+    head.translationMm = {100.0, 0.0, 0.0};
+    EXPECT_TRUE(std::isnan(meet(head, 0.02 - 0.01740, 0.0, 120.0)[2]));
+    EXPECT_NEAR(meet(head, 0.02 - 0.01752, 0.0, 120.0)[2], 100.0F / 0.01752F, 0.5F);
+}
+
 TEST(Triangulate, NotAcceptedPixelsAreInvalid) {
     const Driver::Calibration head = parallelHead();
     const Reconstruction::ColumnGeometry<float> geometry = Reconstruction::columnGeometry(head);

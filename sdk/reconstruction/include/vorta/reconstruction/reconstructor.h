@@ -28,6 +28,8 @@ struct Parameters {
     double minBitDifference = 3.0; ///< grey levels, 1 to 255; a pattern and its inverse closer than this are no bit
     std::uint8_t saturationLevel = 255; ///< grey level from which a pixel counts as saturated
     bool rejectSaturated = true;        ///< whether points with a saturated phase image are invalid
+    bool rejectOutliers = true;         ///< whether patches too small to be a surface are invalid
+    double outlierThresholdMm = 5.0;    ///< largest depth step between connected neighbours, 0 to 1e6
     double redBalance = 1.0;            ///< gain of the red channel, 0 to 100
     double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 100
     double blackLevel = 0.0;            ///< grey level of an unlit pixel, 0 to 255; subtracted from the colour
@@ -42,8 +44,13 @@ struct Parameters {
 ///
 /// A point is invalid (x = y = z = NaN) when its modulation is too small, it is saturated (unless allowed), more than
 /// one bit of its code is undecided, code and phase contradict each other, its column or row lies outside the
-/// projector, or the ray and the plane do not meet in front of both. Its contrast (the modulation amplitude) and colour
-/// are set all the same.
+/// projector, or the ray and the plane do not meet in front of both or at less than 1 degree. Its contrast (the
+/// modulation amplitude) and colour are set all the same.
+///
+/// Glossy surfaces show the pattern where it is not, and such pixels decode to points anywhere. They lie in small
+/// patches away from their neighbours: so points next to each other in a row or column count as connected when their
+/// depths differ by no more than a threshold, and a connected patch of fewer points than 0.01 % of the grid, or than
+/// 10, is made invalid too (unless allowed).
 ///
 /// Colour is the reading under full projector light less the black level, demosaiced bilinearly. Where a phase image is
 /// saturated all three channels are 255; where none is, green stays below 255.
