@@ -17,10 +17,6 @@ using Internal = SettingsInternal;
 
 constexpr const char* source = "VortaAPI/MeasuringHead";
 
-/// Below this amplitude, in grey levels, noise decides the phase. What is merely weak stays a point, with its contrast
-/// for others to judge.
-constexpr double undecodableModulation = 2.0;
-
 std::int64_t wholeMs(std::chrono::steady_clock::duration duration) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
 }
@@ -46,8 +42,10 @@ Driver::HeadConfiguration headConfiguration(const Settings& settings) {
 
 Reconstruction::Parameters reconstructionParameters(const Settings& settings) {
     return {
-        .minModulation = undecodableModulation,
+        .minModulation = settings.get<Settings::Filters::Contrast::Threshold>().value(),
         .rejectSaturated = settings.get<Settings::Filters::Saturated::Enabled>().value(),
+        .rejectOutliers = settings.get<Settings::Filters::Outlier::Enabled>().value(),
+        .outlierThresholdMm = settings.get<Settings::Filters::Outlier::Threshold>().value(),
         .redBalance = settings.get<Settings::RedBalance>().value(),
         .blueBalance = settings.get<Settings::BlueBalance>().value(),
         .blackLevel = settings.getSettingsInternal().get<Internal::Camera::BlackLevel>().value(),
