@@ -7,14 +7,16 @@
 namespace {
 
 using testing::HasSubstr;
-using Vorta::Test::ImageTolerance;
 using Vorta::Test::sameImage;
 
 class SameImage : public testing::Test {
-protected:
+public:
     SameImage() { qputenv("VORTA_TEST_IMAGES", folder_.path().toLocal8Bit()); }
     ~SameImage() override { qunsetenv("VORTA_TEST_IMAGES"); }
+    SameImage(const SameImage&) = delete;
+    SameImage& operator=(const SameImage&) = delete;
 
+protected:
     QString saved(const char* suffix) const { return folder_.filePath(QStringLiteral("case") + QLatin1String(suffix)); }
 
     static QImage grey(int level) {

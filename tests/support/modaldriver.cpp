@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <utility>
 
@@ -115,16 +116,16 @@ ModalDriver& ModalDriver::then(std::function<void(QWidget&)> step) {
 
 bool ModalDriver::eventFilter(QObject* watched, QEvent* event) {
     // The same dialog object may be opened again: once hidden it counts as a new box.
-    if (event->type() == QEvent::Hide && watched == handled_)
-        handled_ = nullptr;
+    if (event->type() == QEvent::Hide)
+        answered_.erase(std::remove(answered_.begin(), answered_.end(), watched), answered_.end());
     return QObject::eventFilter(watched, event);
 }
 
 void ModalDriver::poll() {
     QWidget* box = QApplication::activeModalWidget();
-    if (!box || box == handled_ || !box->isVisible())
+    if (!box || !box->isVisible() || std::find(answered_.begin(), answered_.end(), box) != answered_.end())
         return;
-    handled_ = box;
+    answered_.push_back(box);
     box->installEventFilter(this);
     seen_.push_back(read(*box));
     if (steps_.empty()) {

@@ -58,7 +58,7 @@ private:
     void poll();
 
     QTimer timer_;
-    QPointer<QWidget> handled_; ///< the box that was answered and has not gone yet
+    std::vector<const QObject*> answered_; ///< the boxes that were answered and have not gone yet
     std::deque<std::function<void(QWidget&)>> steps_;
     std::vector<Box> seen_;
 };

@@ -74,9 +74,9 @@ int main(int argc, char** argv) {
     isolateEnvironment(preferences.path());
     prepareApplication();
     const QApplication application(argc, argv);
-    // The application object takes the locale over from the environment; fix it after that.
-    std::setlocale(LC_ALL, "C.UTF-8");
-    std::setlocale(LC_NUMERIC, "C");
+    // The application object takes the locale over from the environment; fix it after that, before any thread starts.
+    std::setlocale(LC_ALL, "C.UTF-8"); // NOLINT(concurrency-mt-unsafe)
+    std::setlocale(LC_NUMERIC, "C");   // NOLINT(concurrency-mt-unsafe)
     QLocale::setDefault(QLocale::c());
     return RUN_ALL_TESTS();
 }

@@ -24,17 +24,14 @@ std::string namesBelow(const QObject& root) {
 } // namespace
 
 QObject& objectAt(const QObject& root, const QString& path) {
-    const QObject* place = &root;
-    QObject* found = nullptr;
-    for (const QString& name : path.split(QLatin1Char('/'))) {
-        const QList<QObject*> matches = place->findChildren<QObject*>(name);
-        if (name.isEmpty() || matches.size() != 1)
-            throw std::runtime_error(std::to_string(matches.size()) + " objects named \"" + name.toStdString() +
-                                     "\" for the path " + path.toStdString() + "; there are: " + namesBelow(*place));
-        found = matches.front();
-        place = found;
-    }
-    return *found;
+    const auto slash = path.indexOf(QLatin1Char('/'));
+    const QString name = path.left(slash);
+    const QList<QObject*> matches = root.findChildren<QObject*>(name);
+    if (name.isEmpty() || matches.size() != 1)
+        throw std::runtime_error(std::to_string(matches.size()) + " objects named \"" + name.toStdString() +
+                                 "\" below \"" + root.objectName().toStdString() +
+                                 "\"; there are: " + namesBelow(root));
+    return slash < 0 ? *matches.front() : objectAt(*matches.front(), path.mid(slash + 1));
 }
 
 QAction& actionWithText(const QObject& root, const QString& text) {

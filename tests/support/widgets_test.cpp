@@ -39,9 +39,9 @@ TEST(Find, RefusesAnAmbiguousName) {
 
 TEST(Find, NamesWhatThereIsWhenNothingMatches) {
     const Form form;
-    EXPECT_THAT([&] { Vorta::Test::objectAt(form.root, QStringLiteral("right/stop")); },
-                ThrowsMessage<std::runtime_error>(
-                    HasSubstr("0 objects named \"stop\" for the path right/stop; there are: go")));
+    EXPECT_THAT(
+        [&] { Vorta::Test::objectAt(form.root, QStringLiteral("right/stop")); },
+        ThrowsMessage<std::runtime_error>(HasSubstr("0 objects named \"stop\" below \"right\"; there are: go")));
 }
 
 TEST(Find, RefusesAnotherType) {

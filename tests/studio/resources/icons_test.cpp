@@ -140,8 +140,8 @@ TEST(Icons, TellTheCameraStateByColour) {
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x) {
                 const QRgb pixel = image.pixel(x, y);
-                red += qRed(pixel) * qAlpha(pixel);
-                green += qGreen(pixel) * qAlpha(pixel);
+                red += static_cast<long long>(qRed(pixel)) * qAlpha(pixel);
+                green += static_cast<long long>(qGreen(pixel)) * qAlpha(pixel);
             }
         return red > green ? Qt::red : Qt::green;
     };
