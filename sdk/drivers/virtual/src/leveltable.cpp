@@ -74,7 +74,7 @@ LevelTable::LevelTable(const Driver::Pattern& pattern, Driver::Lattice lattice, 
 }
 
 std::size_t LevelTable::blurFor(float variance) noexcept {
-    const float lowest = static_cast<float>(smallestSigma * smallestSigma);
+    const auto lowest = static_cast<float>(smallestSigma * smallestSigma);
     const float steps =
         std::log2(std::max(variance, lowest) / lowest) / static_cast<float>(2.0 * std::log2(sigmaRatio));
     return static_cast<std::size_t>(std::min(std::lround(steps), static_cast<long>(blurs) - 1));

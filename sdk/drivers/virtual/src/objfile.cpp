@@ -68,7 +68,7 @@ private:
     }
 
     // "7", "7/1", "7//2" or "7/1/2"; counted from 1, or from the end when negative.
-    std::uint32_t index(std::string_view text) const {
+    [[nodiscard]] std::uint32_t index(std::string_view text) const {
         std::int64_t number = 0;
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
         const bool complete = end == text.data() + text.size() || *end == '/';

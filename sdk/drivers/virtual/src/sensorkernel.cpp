@@ -10,8 +10,7 @@
 
 // Plain loops, compiled once for each family of processors; the best one is chosen at run time. All compute the same.
 HWY_BEFORE_NAMESPACE();
-namespace Vorta::Virtual {
-namespace HWY_NAMESPACE {
+namespace Vorta::Virtual::HWY_NAMESPACE {
 namespace {
 
 void lookUp(const float* HWY_RESTRICT table, const RowLookUp& row, float* HWY_RESTRICT signal) {
@@ -56,8 +55,7 @@ void quantize(const float* HWY_RESTRICT signal, float blackLevel, std::size_t co
 }
 
 } // namespace
-} // namespace HWY_NAMESPACE
-} // namespace Vorta::Virtual
+} // namespace Vorta::Virtual::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -45,7 +45,7 @@ double fractalNoise(Vec3 p) {
 }
 
 double checker(Vec3 p) {
-    // Half a cell aside: faces of boxes and planes through the origin must not lie on a cell's border.
+    // Half a cell aside along z: a plane, which lies in z = 0, must not lie on a border of cells.
     const double cells = std::floor(p.x) + std::floor(p.y) + std::floor(p.z + 0.5);
     return std::fmod(std::abs(cells), 2.0);
 }

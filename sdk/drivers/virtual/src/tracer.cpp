@@ -111,7 +111,7 @@ void intersectTriangle(const Surface& surface, Vec3 origin, Vec3 direction, cons
     const Vec3 corner = surface.vertices[a];
     const Vec3 normal = cross(surface.vertices[b] - corner, surface.vertices[c] - corner);
     const double slope = dot(normal, direction);
-    const double rough = static_cast<double>(found.ray.tfar);
+    const auto rough = static_cast<double>(found.ray.tfar);
     const double exact = dot(normal, corner - origin) / slope;
     // Seen edge-on the division has no meaning.
     hit.position = origin + direction * (std::abs(exact - rough) < 1e-3 * rough ? exact : rough);
@@ -170,7 +170,7 @@ Tracer::Tracer(const Scene& scene) : impl_(std::make_unique<Impl>()) {
 Tracer::~Tracer() = default;
 
 std::optional<Hit> Tracer::intersect(Vec3 origin, Vec3 direction) const {
-    RTCIntersectContext context;
+    RTCIntersectContext context{};
     rtcInitIntersectContext(&context);
     RTCRayHit found{};
     found.ray = makeRay(origin, direction, 0.0, std::numeric_limits<double>::infinity());
@@ -198,7 +198,7 @@ bool Tracer::isBlocked(Vec3 from, Vec3 to) const {
     const double distance = length(way);
     if (distance <= 2.0 * margin)
         return false;
-    RTCIntersectContext context;
+    RTCIntersectContext context{};
     rtcInitIntersectContext(&context);
     RTCRay ray = makeRay(from, way * (1.0 / distance), margin, distance - margin);
     rtcOccluded1(impl_->scene, &context, &ray);

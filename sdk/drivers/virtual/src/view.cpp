@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    Sample sample(std::size_t row, std::size_t column, double dx, double dy) const {
+    [[nodiscard]] Sample sample(std::size_t row, std::size_t column, double dx, double dy) const {
         return photometry_.sample(static_cast<double>(column) + dx, static_cast<double>(row) + dy,
                                   bayerChannel(head_.bayerLayout, row, column));
     }

@@ -77,8 +77,8 @@ std::vector<HeadDescription> VirtualDriver::plugged() {
     // Of two files with one serial number the first by name counts.
     const auto serial = [](const HeadDescription& head) { return head.identity.serialNumber; };
     std::ranges::stable_sort(heads, {}, serial);
-    const auto surplus = std::ranges::unique(heads, {}, serial);
-    heads.erase(surplus.begin(), surplus.end());
+    const auto same = [&](const auto& a, const auto& b) { return serial(a) == serial(b); };
+    heads.erase(std::unique(heads.begin(), heads.end(), same), heads.end());
     return heads;
 }
 

@@ -14,8 +14,8 @@ namespace Vorta::Virtual {
 namespace {
 
 [[noreturn]] void refuse(const std::filesystem::path& file, const YAML::Mark& mark, std::string_view words) {
-    // Marks count lines from 0 and have -1 where there is nothing to point at.
-    throw IOException(atLine(file, static_cast<std::size_t>(mark.line + 1), words));
+    // Marks count lines from 0 and have -1, which wraps to line 0 here, without a place.
+    throw IOException(atLine(file, static_cast<std::size_t>(mark.line) + 1, words));
 }
 
 // Independent of the locale, unlike the conversions of streams.
@@ -45,8 +45,8 @@ std::string describe(Limits limits) {
 
 } // namespace
 
-YamlMap::YamlMap(std::shared_ptr<const std::filesystem::path> file, YAML::Node node)
-    : file_(std::move(file)), node_(std::move(node)) {
+YamlMap::YamlMap(std::shared_ptr<const std::filesystem::path> file, const YAML::Node& node)
+    : file_(std::move(file)), node_(node) {
     if (!node_.IsMap())
         failAt(node_, "a map of 'key: value' lines is expected here.");
     std::set<std::string> seen;
@@ -63,7 +63,7 @@ YamlMap YamlMap::load(const std::filesystem::path& file) {
     if (!stream)
         throw IOException(inQuotes(file.string()) + " cannot be read.");
     try {
-        return YamlMap(std::make_shared<const std::filesystem::path>(file), YAML::Load(stream));
+        return {std::make_shared<const std::filesystem::path>(file), YAML::Load(stream)};
     } catch (const YAML::Exception& error) {
         refuse(file, error.mark, "not valid YAML, " + error.msg + ".");
     }
@@ -151,8 +151,10 @@ std::vector<double> YamlMap::numbers(std::string_view key, std::vector<double> f
     const YAML::Node node = find(key);
     if (!node.IsDefined())
         return fallback;
-    if (spread && node.IsScalar())
-        return std::vector<double>(fallback.size(), parseNumber(key, node, limits));
+    if (spread && node.IsScalar()) {
+        fallback.assign(fallback.size(), parseNumber(key, node, limits));
+        return fallback;
+    }
     if (!node.IsSequence() || node.size() != fallback.size())
         failAt(node, inQuotes(key) + " must be " + (spread ? "a number or " : "") + "a list of " +
                          std::to_string(fallback.size()) + " numbers.");
@@ -180,8 +182,8 @@ std::vector<YamlMap> YamlMap::maps(std::string_view key) const {
         return result;
     if (!node.IsSequence())
         failAt(node, inQuotes(key) + " must be a list.");
-    for (const auto& entry : node)
-        result.push_back(YamlMap(file_, entry));
+    for (std::size_t i = 0; i < node.size(); ++i)
+        result.push_back(YamlMap(file_, node[i]));
     return result;
 }
 

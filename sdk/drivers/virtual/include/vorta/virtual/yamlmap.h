@@ -67,7 +67,7 @@ public:
     [[nodiscard]] const std::filesystem::path& file() const noexcept { return *file_; }
 
 private:
-    YamlMap(std::shared_ptr<const std::filesystem::path> file, YAML::Node node);
+    YamlMap(std::shared_ptr<const std::filesystem::path> file, const YAML::Node& node);
 
     [[nodiscard]] YAML::Node find(std::string_view key) const;
     [[nodiscard]] double parseNumber(std::string_view key, const YAML::Node& node, Limits limits) const;
