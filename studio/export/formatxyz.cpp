@@ -25,16 +25,18 @@ char* printNonFinite(float value, char* out) noexcept {
 struct NanText {
     std::array<char, maxNumberLength> characters{};
     std::size_t length = 0;
-
-    explicit NanText(std::uint32_t bits) {
-        length =
-            static_cast<std::size_t>(printNonFinite(std::bit_cast<float>(bits), characters.data()) - characters.data());
-    }
 };
+
+NanText nanText(std::uint32_t bits) noexcept {
+    NanText text;
+    text.length = static_cast<std::size_t>(printNonFinite(std::bit_cast<float>(bits), text.characters.data()) -
+                                           text.characters.data());
+    return text;
+}
 
 /// Numbers beyond the fast path: NaN (common: every invalid point), infinities and huge values.
 char* appendUnusual(float value, char* out) noexcept {
-    static const std::array<NanText, 2> nanTexts{NanText{quietNan}, NanText{quietNan | signBit}};
+    static const std::array<NanText, 2> nanTexts{nanText(quietNan), nanText(quietNan | signBit)};
     const auto bits = std::bit_cast<std::uint32_t>(value);
     if ((bits & ~signBit) == quietNan) {
         const NanText& text = nanTexts[bits >> 31];

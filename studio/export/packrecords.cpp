@@ -25,9 +25,9 @@ constexpr std::size_t prefetchDistance = 100;
 /// A point's words: x and y, z, and the colour as blue, green, red, alpha from the lowest byte on. Whole words are what
 /// makes packing as fast as copying.
 struct Words {
-    std::uint64_t xy;
-    std::uint32_t z;
-    std::uint32_t bgra;
+    std::uint64_t xy = 0;
+    std::uint32_t z = 0;
+    std::uint32_t bgra = 0;
 
     explicit Words(const Point& point) noexcept {
         const auto* bytes = reinterpret_cast<const char*>(&point);

@@ -6,15 +6,18 @@
 
 #include <QFileInfo>
 
+#include <string>
+#include <string_view>
+
 namespace VortaQt {
 
 namespace {
 
 AppSettings* theSettings = nullptr;
 
-constexpr QLatin1String recentFilesGroup{"GUI/RecentFiles"};
-constexpr QLatin1String recentFileKey{"RecentFile"};
-constexpr QLatin1String internalGroup{"Internal"};
+constexpr std::string_view recentFilesGroup = "GUI/RecentFiles";
+constexpr std::string_view recentFileKey = "RecentFile";
+constexpr std::string_view internalGroup = "Internal";
 
 QLatin1String latin1(std::string_view text) {
     return QLatin1String(text.data(), static_cast<int>(text.size()));
@@ -38,9 +41,9 @@ void reportRefusal(const Vorta::ArgumentException& refusal, const Vorta::Setting
 }
 
 /// The keys and texts of a group and the groups below it.
-QMap<QString, QString> readGroup(QSettings& store, QLatin1String group) {
+QMap<QString, QString> readGroup(QSettings& store, std::string_view group) {
     QMap<QString, QString> texts;
-    store.beginGroup(group);
+    store.beginGroup(latin1(group));
     for (const QString& key : store.allKeys())
         texts.insert(key, store.value(key).toString());
     store.endGroup();
@@ -108,11 +111,11 @@ void AppSettings::setUnsignedList(const char* key, const std::vector<std::uint64
 
 QStringList AppSettings::recentFiles() const {
     QSettings store;
-    store.beginGroup(recentFilesGroup);
+    store.beginGroup(latin1(recentFilesGroup));
     QStringList files;
     for (const QString& key : store.childKeys()) {
         const QString path = store.value(key).toString();
-        if (key.contains(recentFileKey) && QFileInfo::exists(path))
+        if (key.contains(latin1(recentFileKey)) && QFileInfo::exists(path))
             files += path;
     }
     return files;
@@ -120,11 +123,11 @@ QStringList AppSettings::recentFiles() const {
 
 void AppSettings::setRecentFiles(const QStringList& files) {
     QSettings store;
-    store.remove(recentFilesGroup);
-    store.beginGroup(recentFilesGroup);
+    store.remove(latin1(recentFilesGroup));
+    store.beginGroup(latin1(recentFilesGroup));
     int position = 0;
     for (const QString& path : files)
-        store.setValue(recentFileKey + QString::number(position++), path);
+        store.setValue(latin1(recentFileKey) + QString::number(position++), path);
 }
 
 void AppSettings::saveCameraSettings(const Vorta::Settings& settings) {
@@ -135,7 +138,7 @@ void AppSettings::saveCameraSettings(const Vorta::Settings& settings) {
     store.endGroup();
 
     const QMap<QString, QString> expertSettings = collectExpertSettings(settings);
-    store.beginGroup(internalGroup);
+    store.beginGroup(latin1(internalGroup));
     for (const Vorta::SettingDescription& setting : Vorta::SettingsInternal::catalogue()) {
         const QString path = latin1(setting.path);
         // What is back at its default must not come back with an old value at the next start.
@@ -149,7 +152,7 @@ void AppSettings::saveCameraSettings(const Vorta::Settings& settings) {
 
 void AppSettings::loadCameraSettings(Vorta::Settings& settings) const {
     QSettings store;
-    const QMap<QString, QString> publicSettings = readGroup(store, latin1(Vorta::Settings::rootName));
+    const QMap<QString, QString> publicSettings = readGroup(store, Vorta::Settings::rootName);
     for (auto entry = publicSettings.cbegin(); entry != publicSettings.cend(); ++entry) {
         const std::string path = entry.key().toLocal8Bit().toStdString();
         try {

@@ -62,7 +62,7 @@ LogWidget::LogWidget(QWidget* parent) : QWidget(parent), table_(new QTableWidget
     layout->addWidget(table_);
 }
 
-void LogWidget::addToLog(VortaQt::LogEvent event) {
+void LogWidget::addToLog(const VortaQt::LogEvent& event) {
     const QString type = QString::fromStdString(Vorta::Log::toString(event.severity));
     const QString time = QDateTime::currentDateTime().toString(Qt::TextDate);
 

@@ -22,7 +22,7 @@ public:
 
 public Q_SLOTS:
     /// Appends a row with the present time.
-    void addToLog(VortaQt::LogEvent event);
+    void addToLog(const VortaQt::LogEvent& event);
 
     /// Scrolls to the last row, if the widget is visible.
     void scrollToBottom();

@@ -10,7 +10,7 @@ class RecentFilesMenu : public QMenu {
     Q_OBJECT
 
 public:
-    RecentFilesMenu(QWidget* parent, const QStringList& files);
+    RecentFilesMenu(QWidget* parent, QStringList files);
 
     /// Puts a path at the top, where it stands once only.
     void addFile(const QString& path);

@@ -10,12 +10,13 @@
 
 /// A temporary folder per test, removed afterwards, and the means to compare files byte by byte.
 class ExportTest : public testing::Test {
-protected:
+public:
     ExportTest();
     ExportTest(const ExportTest&) = delete;
     ExportTest& operator=(const ExportTest&) = delete;
     ~ExportTest() override;
 
+protected:
     [[nodiscard]] std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
     /// The whole file; fails the test when it cannot be read.

@@ -58,7 +58,7 @@ TEST_F(WritePcd, keepsTheOrderAcrossBlocks) {
     Export::writePcd(path("a.pcd"), cloud);
     const std::string file = read(path("a.pcd"));
     const std::string head = header("33100");
-    ASSERT_EQ(file.size(), head.size() + 33100 * 16);
+    ASSERT_EQ(file.size(), head.size() + std::size_t{33100} * 16);
     for (std::size_t i = 0; i < cloud.size(); ++i) {
         // Red and green are the low 16 bits of the index.
         ASSERT_EQ(file.substr(head.size() + i * 16 + 4, 12),

@@ -39,12 +39,12 @@ PointCloud cloudOf(std::span<const float> values) {
 
 class WriteXyz : public ExportTest {
 protected:
-    std::string written(const PointCloud& cloud) const {
+    [[nodiscard]] std::string written(const PointCloud& cloud) const {
         EXPECT_TRUE(Export::writeXyz(path("a.xyz"), cloud));
         return read(path("a.xyz"));
     }
 
-    std::string line(float x, float y, float z) const {
+    [[nodiscard]] std::string line(float x, float y, float z) const {
         PointCloud cloud{1, 1};
         cloud[0] = point(x, y, z);
         return written(cloud);

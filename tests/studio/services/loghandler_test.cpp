@@ -96,6 +96,7 @@ TEST(LogHandler, bringsEveryThreadsMessagesInOrderToTheReceiversThread) {
         Qt::QueuedConnection);
 
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread)
         threads.emplace_back([thread] {
             for (int message = 0; message < messageCount; ++message) {
