@@ -15,6 +15,8 @@ ComputeDevice::ComputeDevice() {
 
 ComputeDevice::ComputeDevice(std::string name) : impl_(std::make_shared<const Impl>(Impl{std::move(name)})) {}
 
-const std::string& ComputeDevice::name() const noexcept { return impl_->name; }
+const std::string& ComputeDevice::name() const noexcept {
+    return impl_->name;
+}
 
 } // namespace Vorta

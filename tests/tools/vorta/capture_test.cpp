@@ -132,6 +132,13 @@ TEST_F(Capture, SettingsComeFromFileThenPathsThenOptions) {
     EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr(":ExposureTime = \"2500\" ;"));
 }
 
+TEST_F(Capture, SpeaksOfItsStepsOnRequest) {
+    const Result result = vorta({"capture", file("a.vdf"), "--set", "Global/DebugMessages=true"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.err, HasSubstr("vorta: Camera 'T-1': "));
+    EXPECT_THAT(result.err, HasSubstr(" images in "));
+}
+
 TEST_F(Capture, ChoosesTheCamera) {
     heads.plug({.serialNumber = "T-0"});
     ASSERT_EQ(vorta({"capture", file("first.vdf")}).status, 0);

@@ -29,6 +29,16 @@ TEST(List, NamesEveryCamera) {
                           "T-2                  VORTA Two                      VORTA 0.8.1\n");
 }
 
+TEST(List, SaysWhyAPluggedInHeadCannotBeUsed) {
+    VirtualHeads heads({.serialNumber = "T-1"});
+    const std::string broken = heads.plugText("broken", "serialNumber: [\n").string();
+    const Result result = vorta({"list"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, HasSubstr("T-1"));
+    EXPECT_TRUE(isOneLine(result.err)) << result.err;
+    EXPECT_THAT(result.err, HasSubstr(broken));
+}
+
 TEST(List, EscapesJson) {
     VirtualHeads heads;
     heads.plug({.serialNumber = "T-1", .model = "'VORTA \"Ünø\" \\'"});

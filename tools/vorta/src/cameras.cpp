@@ -18,24 +18,37 @@ std::filesystem::path findDriver(const Settings& settings) {
                       (folder / "bin").string() + "'.");
 }
 
-std::vector<Camera> findCameras(Application& application, const Settings& settings) {
-    application.getImpl().setCameraDriver(findDriver(settings).string(), settings);
-    return application.cameras();
+Found findCameras(Application& application, const Settings& settings) {
+    Found found;
+    ApplicationImpl& library = application.getImpl();
+    library.setCameraDriver(findDriver(settings).string(), settings);
+    library.setLogCallback([&found](const Log::Event& event) {
+        if (event.getSeverity() <= Log::Severity::Warning)
+            found.warnings.push_back(event.getMessage());
+    });
+    try {
+        found.cameras = application.cameras();
+    } catch (...) {
+        library.setLogCallback({}); // before what it refers to is gone
+        throw;
+    }
+    library.setLogCallback({});
+    return found;
 }
 
-Camera chooseCamera(const std::vector<Camera>& cameras, const std::string& serialNumber) {
-    if (cameras.empty())
-        throw RuntimeException("No camera was found: plug one in.");
-    if (serialNumber.empty())
-        return cameras.front();
+Camera chooseCamera(const Found& found, const std::string& serialNumber) {
     const SerialNumber wanted(serialNumber);
-    const auto found = std::ranges::find(cameras, wanted, &Camera::serialNumber);
-    if (found != cameras.end())
-        return *found;
-    std::string others;
-    for (const Camera& camera : cameras)
-        others += (others.empty() ? "'" : ", '") + camera.serialNumber().toString() + "'";
-    throw RuntimeException("No camera with the serial number '" + serialNumber + "' was found, only " + others + ".");
+    const auto chosen = std::ranges::find_if(
+        found.cameras, [&](const Camera& camera) { return serialNumber.empty() || camera.serialNumber() == wanted; });
+    if (chosen != found.cameras.end())
+        return *chosen;
+    std::string message = serialNumber.empty() ? "No camera was found."
+                                               : "No camera with the serial number '" + serialNumber + "' was found.";
+    for (const Camera& camera : found.cameras)
+        message += " Camera '" + camera.serialNumber().toString() + "' was.";
+    for (const std::string& warning : found.warnings)
+        message += ' ' + warning;
+    throw RuntimeException(message);
 }
 
 } // namespace Vorta::Tool

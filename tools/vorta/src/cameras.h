@@ -13,10 +13,16 @@ namespace Vorta::Tool {
 /// IOException when it is in neither place.
 [[nodiscard]] std::filesystem::path findDriver(const Settings& settings);
 
-/// The cameras that the chosen driver finds now, ordered by serial number.
-[[nodiscard]] std::vector<Camera> findCameras(Application& application, const Settings& settings);
+/// What looking for cameras brought.
+struct Found {
+    std::vector<Camera> cameras;       ///< ordered by serial number
+    std::vector<std::string> warnings; ///< why others that are plugged in cannot be used
+};
+
+/// Asks the driver that the settings choose.
+[[nodiscard]] Found findCameras(Application& application, const Settings& settings);
 
 /// The camera of that serial number, or the first one when it is empty. Throws RuntimeException when there is none.
-[[nodiscard]] Camera chooseCamera(const std::vector<Camera>& cameras, const std::string& serialNumber);
+[[nodiscard]] Camera chooseCamera(const Found& found, const std::string& serialNumber);
 
 } // namespace Vorta::Tool

@@ -7,6 +7,7 @@
 #include "vorta/api/groundtruth.h"
 #include "vorta/common/exceptions.h"
 
+#include <iostream>
 #include <memory>
 #include <optional>
 
@@ -67,6 +68,9 @@ void capture(const Arguments& arguments) {
     const Settings settings = settingsFrom(arguments);
     Application application;
     Camera camera = chooseCamera(findCameras(application, settings), arguments.camera);
+    if (settings.getSettingsInternal().get<SettingsInternal::Global::DebugMessages>().value())
+        application.getImpl().setLogCallback(
+            [](const Log::Event& event) { std::cerr << "vorta: " << event.getMessage() << '\n'; });
     Frame frame;
     {
         Progress progress;

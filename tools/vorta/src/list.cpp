@@ -12,7 +12,9 @@ namespace {
 
 void listCameras(bool asJson) {
     Application application;
-    const std::vector<Camera> cameras = findCameras(application, Settings{});
+    const auto [cameras, warnings] = findCameras(application, Settings{});
+    for (const std::string& warning : warnings)
+        std::cerr << "vorta: " << warning << '\n';
     if (asJson) {
         auto list = Json::array();
         for (const Camera& camera : cameras)
