@@ -232,6 +232,44 @@ TEST_F(CameraTest, SaturatedPointsStayOnlyWithoutTheFilter) {
     EXPECT_GT(validWith("false"), filtered + 243 * 150 / 4);
 }
 
+TEST_F(CameraTest, PointsBelowTheContrastThresholdAreInvalid) {
+    camera.connect();
+    Settings settings;
+    camera.setSettings(settings);
+    std::vector<float> contrasts;
+    for (const Point& point : camera.capture().getPointCloud().points())
+        contrasts.push_back(point.contrast);
+    std::ranges::nth_element(contrasts, contrasts.begin() + 243 * 75);
+    const auto median = double{contrasts[243 * 75]};
+    ASSERT_GT(median, 5.0);
+    settings.set(Settings::Filters::Contrast::Threshold(median));
+    camera.setSettings(settings);
+    std::size_t valid = 0;
+    for (const Point& point : camera.capture().getPointCloud().points()) {
+        if (!point.isValid())
+            continue;
+        EXPECT_GE(point.contrast, static_cast<float>(median));
+        ++valid;
+    }
+    EXPECT_GT(valid, 243U * 150U / 4U);
+    EXPECT_LT(valid, 243U * 150U * 3U / 4U);
+}
+
+// With a threshold of 0 noise alone parts every point from its neighbours.
+TEST_F(CameraTest, OutliersStayOnlyWithoutTheFilter) {
+    camera.connect();
+    Settings settings;
+    const auto validWith = [&](const char* enabled, const char* threshold) {
+        settings.set("Filters/Outlier/Enabled", enabled);
+        settings.set("Filters/Outlier/Threshold", threshold);
+        camera.setSettings(settings);
+        return std::ranges::count_if(camera.capture().getPointCloud().points(), &Point::isValid);
+    };
+    EXPECT_GT(validWith("true", "5"), 243 * 150 * 9 / 10);
+    EXPECT_LT(validWith("true", "0"), 243 * 150 / 100);
+    EXPECT_GT(validWith("false", "0"), 243 * 150 * 9 / 10);
+}
+
 TEST_F(CameraTest, RefusesToCaptureWhenTheLightIsTooHot) {
     camera.connect();
     Settings settings;
