@@ -9,7 +9,6 @@
 #include <QScrollBar>
 #include <QStringList>
 #include <QTableWidget>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include <set>
@@ -57,6 +56,10 @@ LogWidget::LogWidget(QWidget* parent) : QWidget(parent), table_(new QTableWidget
     table_->installEventFilter(this);
     setFocusProxy(table_);
 
+    followUp_.setSingleShot(true);
+    followUp_.setInterval(5);
+    connect(&followUp_, &QTimer::timeout, this, &LogWidget::scrollToBottom);
+
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(table_);
@@ -76,7 +79,7 @@ void LogWidget::addToLog(const VortaQt::LogEvent& event) {
     table_->setItem(row, 2, readOnlyItem(event.message));
     // The scroll bar learns of the new row only after this.
     if (follow)
-        QTimer::singleShot(5, this, &LogWidget::scrollToBottom);
+        followUp_.start();
 }
 
 void LogWidget::scrollToBottom() {

@@ -3,6 +3,7 @@
 #include "services/logevent.h"
 
 #include <QMutex>
+#include <QTimer>
 #include <QWidget>
 
 class QTableWidget;
@@ -37,6 +38,8 @@ private:
 
     QTableWidget* table_;
     QMutex mutex_;
+    /// One follow-up for all rows of a burst, so that none is left to move a view that the user has scrolled since.
+    QTimer followUp_;
 };
 
 } // namespace VortaQt

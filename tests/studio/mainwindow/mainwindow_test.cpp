@@ -167,6 +167,10 @@ struct SaveCase {
     qint64 size; ///< -1: not looked at
 };
 
+void PrintTo(const SaveCase& save, std::ostream* stream) {
+    *stream << save.name << " as " << save.filter;
+}
+
 class SaveMeasurement : public Window, public testing::WithParamInterface<SaveCase> {};
 
 TEST_P(SaveMeasurement, WritesTheFormatThatTheNameEndsIn) {
