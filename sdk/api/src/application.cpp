@@ -16,7 +16,7 @@ struct ApplicationImpl::State {
     /// One driver file with the cameras that were made from it. Weak, so that the user's handles alone decide how long
     /// a plug-in that is no longer chosen stays loaded.
     struct Plugin {
-        std::weak_ptr<DriverLibrary> library;
+        std::weak_ptr<DriverLibrary> driver;
         std::map<std::string, std::weak_ptr<CameraImpl>> cameras; ///< by serial number
     };
 
@@ -62,10 +62,10 @@ void ApplicationImpl::setCameraDriver(const std::string& path, const Settings& s
     std::error_code error; // a file that is not there is reported by the loading below
     const std::filesystem::path whole = std::filesystem::canonical(path, error);
     const auto known = state_->plugins.find(whole);
-    std::shared_ptr<DriverLibrary> library = known != state_->plugins.end() ? known->second.library.lock() : nullptr;
+    std::shared_ptr<DriverLibrary> library = known != state_->plugins.end() ? known->second.driver.lock() : nullptr;
     if (!library) {
         library = std::make_shared<DriverLibrary>(path);
-        state_->plugins[library->path()] = {.library = library, .cameras = {}};
+        state_->plugins[library->path()] = {.driver = library, .cameras = {}};
     }
     state_->settings = settings;
     earlier = std::exchange(state_->chosen, std::move(library));
