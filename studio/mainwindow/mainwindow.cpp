@@ -26,6 +26,7 @@ namespace {
 
 constexpr int initialShowDelayMs = 300;
 constexpr int stateVersion = 0;
+constexpr int imageWidth = 570; // pixels, of the images' docks at first
 constexpr const char* geometryKey = "GUI/Geometry";
 constexpr const char* stateKey = "GUI/State";
 
@@ -132,6 +133,8 @@ void MainWindow::createMenus() {
             if (description.menu == id)
                 menu->addAction(&action(description.id));
 
+    // Qt has no name for a modifier that is pressed by itself, so the menu is told what to show for these keys.
+    action(Actions::Id::Exit).setText(action(Actions::Id::Exit).text() + QStringLiteral("\tAlt, F4"));
     recentFiles_ = new VortaQt::RecentFilesMenu(this, VortaQt::AppSettings::instance().recentFiles());
     menus[0].second->insertMenu(&action(Actions::Id::Exit), recentFiles_);
     connect(recentFiles_, &VortaQt::RecentFilesMenu::fileSelected, this, &MainWindow::openFile);
@@ -194,6 +197,8 @@ void MainWindow::restoreGeometryAndState() {
     // Both calls, in this order: a window that was full screen once maximises reliably.
     showFullScreen();
     showMaximized();
+    // Wide enough for the images' tools, which appear with the first capture.
+    resizeDocks({cameraDock_, depthDock_}, {imageWidth, imageWidth}, Qt::Horizontal);
     defaultGeometry_ = saveGeometry();
     defaultState_ = saveState(stateVersion);
 }

@@ -71,7 +71,7 @@ TEST_F(Window, HasItsMenusInOrder) {
     for (const QAction* entry : window_.menuBar()->actions().constFirst()->menu()->actions())
         file += entry->text();
     EXPECT_EQ(file.join(QLatin1Char('|')),
-              QStringLiteral("&Load...|&Save...|L&oad Settings...|Sa&ve Settings...|&Recent Files|&Exit"));
+              QStringLiteral("&Load...|&Save...|L&oad Settings...|Sa&ve Settings...|&Recent Files|&Exit\tAlt, F4"));
 }
 
 TEST_F(Window, HasItsDocksInTheirAreas) {
