@@ -237,7 +237,8 @@ TEST_F(CameraTest, PointsBelowTheContrastThresholdAreInvalid) {
     Settings settings;
     camera.setSettings(settings);
     std::vector<float> contrasts;
-    for (const Point& point : camera.capture().getPointCloud().points())
+    const PointCloud before = camera.capture().getPointCloud();
+    for (const Point& point : before.points())
         contrasts.push_back(point.contrast);
     std::ranges::nth_element(contrasts, contrasts.begin() + 243 * 75);
     const auto median = double{contrasts[243 * 75]};
@@ -245,7 +246,8 @@ TEST_F(CameraTest, PointsBelowTheContrastThresholdAreInvalid) {
     settings.set(Settings::Filters::Contrast::Threshold(median));
     camera.setSettings(settings);
     std::size_t valid = 0;
-    for (const Point& point : camera.capture().getPointCloud().points()) {
+    const PointCloud after = camera.capture().getPointCloud();
+    for (const Point& point : after.points()) {
         if (!point.isValid())
             continue;
         EXPECT_GE(point.contrast, static_cast<float>(median));
