@@ -4,7 +4,7 @@
 Usage: bench/studio/startup.py BIN_FOLDER [RUNS]
 
 The times come from the X server's own announcements, so both programs are measured alike. Runs alternate; the medians
-and their ratio are printed. Needs $DISPLAY without a window manager and `xev`.
+and their ratio are printed. Needs `xev` and a screen: scripts/with-screen bench/studio/startup.py build/release/bin
 """
 
 import os
