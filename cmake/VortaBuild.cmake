@@ -48,7 +48,7 @@ target_link_libraries(vorta_qt INTERFACE Qt5::Core)
 add_library(vorta_opencv INTERFACE)
 add_library(Vorta::opencv ALIAS vorta_opencv)
 target_include_directories(vorta_opencv SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
-target_link_libraries(vorta_opencv INTERFACE opencv_core opencv_imgproc opencv_imgcodecs)
+target_link_libraries(vorta_opencv INTERFACE opencv_core opencv_imgproc)
 
 # vorta_shared_library(<Name> FOLDER <folder> SOURCES ...)
 #

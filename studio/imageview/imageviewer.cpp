@@ -2,6 +2,7 @@
 
 #include "imageview/colormaplegend.h"
 #include "imageview/imageconversion.h"
+#include "imageview/imagefile.h"
 #include "imageview/imagelabel.h"
 #include "ui_ImageViewer.h"
 #include "vorta/common/log.h"
@@ -18,7 +19,6 @@
 #include <QSignalBlocker>
 
 #include <cmath>
-#include <opencv2/imgcodecs.hpp>
 #include <utility>
 
 namespace {
@@ -237,7 +237,7 @@ void ImageViewer::updateActions() {
 }
 
 void ImageViewer::saveImage(const std::string& filename) {
-    const bool written = displayedImage_.isNull() ? cv::imwrite(filename, matrix_)
+    const bool written = displayedImage_.isNull() ? writeImageFile(filename, matrix_)
                                                   : displayedImage_.save(QString::fromStdString(filename));
     if (!written)
         Vorta::Log::warning("VortaStudio/ImageViewer", __LINE__, "The image could not be written to '%s'", filename);

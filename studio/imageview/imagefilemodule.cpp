@@ -1,0 +1,10 @@
+// The module that writeImageFile() loads.
+
+#include <boost/config.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+extern "C" BOOST_SYMBOL_EXPORT bool vortaWriteImage(const char* path, const cv::Mat* image);
+
+bool vortaWriteImage(const char* path, const cv::Mat* image) {
+    return cv::imwrite(path, *image);
+}
