@@ -1,7 +1,7 @@
 // Frames of the 3D view at 1280 x 800 pixels with a cloud of 1944 x 1200 points, at rest and in motion, beside one bare
 // draw call of the same points in the same window; and taking a cloud in, beside copying it. Needs a screen.
-#include "sdk/baredraw.h"
 #include "ratio.h"
+#include "sdk/baredraw.h"
 #include "viewgeometry.h"
 #include "vorta/viewer/vortaviewer.h"
 #include "vorta/viewer/vtrackball.h"

@@ -32,13 +32,13 @@ struct HeadIdentity {
 /// How the next captures are to be taken.
 struct HeadConfiguration {
     std::int64_t exposureTimeUs = 10'000;
-    std::uint64_t iris = 0;                                       ///< opening in steps, 0 = closed, `maxIris` = fully open
-    std::uint64_t maxIris = 1;                                    ///< the lens's largest opening, > 0
-    double brightness = 1.0;                                      ///< projector brightness, 0 to 1
-    double gain = 1.0;                                            ///< analogue gain factor, >= 1
-    double gamma = 1.0;                                           ///< output = input^(1/gamma), > 0; 1 = linear
-    double blackLevel = 0.0;                                      ///< grey level added to every pixel, 0 to 255
-    std::array<bool, 3> ledEnabled{true, true, true};             ///< red, green, blue
+    std::uint64_t iris = 0;                           ///< opening in steps, 0 = closed, `maxIris` = fully open
+    std::uint64_t maxIris = 1;                        ///< the lens's largest opening, > 0
+    double brightness = 1.0;                          ///< projector brightness, 0 to 1
+    double gain = 1.0;                                ///< analogue gain factor, >= 1
+    double gamma = 1.0;                               ///< output = input^(1/gamma), > 0; 1 = linear
+    double blackLevel = 0.0;                          ///< grey level added to every pixel, 0 to 255
+    std::array<bool, 3> ledEnabled{true, true, true}; ///< red, green, blue
     std::array<double, 3> ledCurrentPercent{100.0, 100.0, 100.0}; ///< red, green, blue, 0 to 100
 };
 
@@ -58,7 +58,7 @@ enum class BayerLayout : std::uint8_t { GRBG, RGGB, BGGR, GBRG };
 struct GroundTruth {
     std::size_t height = 0;
     std::size_t width = 0;
-    std::vector<float> depthMm;         ///< z in camera coordinates, NaN where the pixel's ray hits nothing
+    std::vector<float> depthMm;        ///< z in camera coordinates, NaN where the pixel's ray hits nothing
     std::vector<std::uint8_t> visible; ///< 1 where the surface is seen by the camera and lit by the projector, else 0
 };
 
