@@ -48,8 +48,9 @@ public:
             folder_ = std::filesystem::temp_directory_path() / ("vorta-heads-" + std::to_string(random()));
         while (!std::filesystem::create_directory(folder_));
         auto environment = boost::this_process::environment();
-        if (environment.count(variable()) > 0)
-            previous_ = environment[variable()].to_string();
+        const auto entry = environment.find(variable());
+        if (entry != environment.end())
+            previous_ = entry->to_string();
         environment[variable()] = folder_.string();
     }
     explicit VirtualHeads(const VirtualHead& head) : VirtualHeads() { plug(head); }
