@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -47,11 +48,9 @@ public:
         do
             folder_ = std::filesystem::temp_directory_path() / ("vorta-heads-" + std::to_string(random()));
         while (!std::filesystem::create_directory(folder_));
-        auto environment = boost::this_process::environment();
-        const auto entry = environment.find(variable());
-        if (entry != environment.end())
-            previous_ = entry->to_string();
-        environment[variable()] = folder_.string();
+        if (const char* value = std::getenv(variable())) // NOLINT(concurrency-mt-unsafe): tests set it on one thread
+            previous_ = value;
+        boost::this_process::environment()[variable()] = folder_.string();
     }
     explicit VirtualHeads(const VirtualHead& head) : VirtualHeads() { plug(head); }
     VirtualHeads(const VirtualHeads&) = delete;
