@@ -50,7 +50,7 @@ public:
         while (!std::filesystem::create_directory(folder_));
         if (const char* value = std::getenv(variable())) // NOLINT(concurrency-mt-unsafe): tests set it on one thread
             previous_ = value;
-        boost::this_process::environment()[variable()] = folder_.string();
+        boost::this_process::environment().set(variable(), folder_.string());
     }
     explicit VirtualHeads(const VirtualHead& head) : VirtualHeads() { plug(head); }
     VirtualHeads(const VirtualHeads&) = delete;
@@ -58,9 +58,9 @@ public:
     ~VirtualHeads() {
         auto environment = boost::this_process::environment();
         if (previous_.empty())
-            environment.erase(variable());
+            environment.reset(variable());
         else
-            environment[variable()] = previous_;
+            environment.set(variable(), previous_);
         std::error_code ignored; // a folder that cannot be removed is the temporary directory's to clean
         std::filesystem::remove_all(folder_, ignored);
     }
