@@ -5,8 +5,9 @@
 #include "vorta/virtual/virtualhead.h"
 #include "words.h"
 
+#include <boost/process/environment.hpp>
+
 #include <algorithm>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -30,12 +31,12 @@ void VirtualDriver::warnOnce(const std::string& message) {
 }
 
 std::vector<std::filesystem::path> VirtualDriver::files() {
-    // Nothing sets variables while a driver works.
-    const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+    const auto environment = boost::this_process::environment();
+    const auto entry = environment.find(variable);
     std::vector<std::filesystem::path> found;
-    if (!value || *value == '\0')
+    if (entry == environment.end() || entry->to_string().empty())
         return found;
-    const std::filesystem::path folder = value;
+    const std::filesystem::path folder = entry->to_string();
     std::error_code failure;
     for (std::filesystem::directory_iterator it(folder, failure), end; !failure && it != end; it.increment(failure))
         if (it->path().extension() == ".yml")
