@@ -14,7 +14,7 @@ namespace Vorta {
 
 struct ApplicationImpl::State {
     /// One driver file with the cameras that were made from it. Weak, so that the user's handles alone decide how long
-    /// a plug-in that is no longer chosen stays loaded.
+    /// a driver that is no longer chosen lives.
     struct Plugin {
         std::weak_ptr<DriverLibrary> driver;
         std::map<std::string, std::weak_ptr<CameraImpl>> cameras; ///< by serial number
@@ -57,7 +57,7 @@ void ApplicationImpl::setLogCallback(Log::Callback callback) {
 }
 
 void ApplicationImpl::setCameraDriver(const std::string& path, const Settings& settings) {
-    std::shared_ptr<DriverLibrary> earlier; // unloaded without the lock, if this was its last user
+    std::shared_ptr<DriverLibrary> earlier; // ends without the lock, if this was its last user
     const std::lock_guard lock(state_->mutex);
     std::error_code error; // a file that is not there is reported by the loading below
     const std::filesystem::path whole = std::filesystem::canonical(path, error);

@@ -3,6 +3,8 @@
 #include "vorta/common/exceptions.h"
 
 #include <boost/dll/shared_library.hpp>
+#include <map>
+#include <mutex>
 
 namespace Vorta {
 
@@ -25,6 +27,17 @@ boost::dll::shared_library load(const std::filesystem::path& path) {
     return library;
 }
 
+/// The library of that file, loaded when it is first asked for and never unloaded: what a plug-in brings along may keep
+/// threads of its own (the scheduler of a ray tracer does), whose code must not vanish under them.
+const boost::dll::shared_library& resident(const std::filesystem::path& path) {
+    using Libraries = std::map<std::filesystem::path, boost::dll::shared_library>;
+    static std::mutex mutex;
+    static Libraries& libraries = *std::make_unique<Libraries>().release(); // outlives even the static objects
+    const std::lock_guard lock(mutex);
+    const auto known = libraries.find(path);
+    return known != libraries.end() ? known->second : libraries.emplace(path, load(path)).first->second;
+}
+
 std::unique_ptr<Driver::Driver> create(const std::filesystem::path& path, const boost::dll::shared_library& library) {
     const auto& entry = library.get<Driver::Driver*(std::uint32_t)>(entryPoint);
     std::unique_ptr<Driver::Driver> driver;
@@ -41,10 +54,6 @@ std::unique_ptr<Driver::Driver> create(const std::filesystem::path& path, const 
 
 } // namespace
 
-struct DriverLibrary::Module {
-    boost::dll::shared_library library;
-};
-
 DriverLibrary::DriverLibrary(const std::filesystem::path& path) {
     std::error_code error;
     path_ = std::filesystem::canonical(path, error);
@@ -52,11 +61,8 @@ DriverLibrary::DriverLibrary(const std::filesystem::path& path) {
         throw loadError(path, error.message() + ".");
     if (!std::filesystem::is_regular_file(path_))
         throw loadError(path, "it is not a file.");
-    module_ = std::make_unique<Module>(Module{load(path_)});
-    driver_ = create(path_, module_->library);
+    driver_ = create(path_, resident(path_));
 }
-
-DriverLibrary::~DriverLibrary() = default;
 
 std::vector<Driver::HeadIdentity> DriverLibrary::heads() {
     return driver_->heads();

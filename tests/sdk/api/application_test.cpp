@@ -8,7 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <dlfcn.h>
 #include <thread>
+#include <vector>
 
 namespace Vorta {
 namespace {
@@ -158,7 +161,7 @@ TEST(Application, MayBeAskedFromManyThreads) {
     EXPECT_THAT(same, ::testing::Each(25));
 }
 
-TEST(Application, CamerasOutliveItAndTheirDriverStaysLoaded) {
+TEST(Application, CamerasOutliveIt) {
     const VirtualHeads heads({.serialNumber = "T-1"});
     Camera camera;
     {
@@ -168,6 +171,21 @@ TEST(Application, CamerasOutliveItAndTheirDriverStaysLoaded) {
         camera.connect();
     }
     EXPECT_EQ(camera.capture().getPointCloud().size(), 243U * 150U);
+}
+
+TEST(Application, NeverUnloadsAPlugin) {
+    const VirtualHeads heads({.serialNumber = "T-1"});
+    for (int i = 0; i < 3; ++i) {
+        Application application;
+        application.getImpl().setCameraDriver(driverPath(), Settings{});
+        Camera camera = application.cameras().at(0);
+        camera.connect();
+        EXPECT_FALSE(camera.capture().isNull());
+    }
+    // The ray tracer that this plug-in brought along keeps threads: their code must still be there.
+    void* library = dlopen(driverPath().c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    dlclose(library);
 }
 
 } // namespace

@@ -48,9 +48,9 @@ public:
     void setLogCallback(Log::Callback callback);
 
     /// Chooses the driver at `path` (narrow, in the system's encoding) and loads it unless that has been done; cameras
-    /// that are found from now on start with `settings`. The earlier driver stays loaded while one of its cameras
-    /// lives. Throws IOException when the file is missing, no driver, or built for another version of the interface;
-    /// the earlier driver then stays chosen.
+    /// that are found from now on start with `settings`. Cameras of an earlier driver go on working; plug-ins stay
+    /// loaded until the program ends. Throws IOException when the file is missing, no driver, or built for another
+    /// version of the interface; the earlier driver then stays chosen.
     void setCameraDriver(const std::string& path, const Settings& settings);
 
     [[nodiscard]] std::vector<Camera> cameras();
