@@ -56,11 +56,11 @@ MeasuringHead::MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::s
     : driver_(std::move(driver)), serialNumber_(serialNumber) {
     try {
         head_ = driver_->open(serialNumber);
-        const Driver::Calibration calibration = head_->calibration();
+        const Driver::Calibration calibration = head_->calibration().value().stages.at(0).geometry;
         const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(calibration.projector);
         sequence_ = Reconstruction::generateSequence(layout);
         reconstructor_ = std::make_unique<Reconstruction::Reconstructor>(
-            calibration, layout, Reconstruction::ReconstructorOptions{.bayerLayout = head_->bayerLayout()});
+            calibration, layout, Reconstruction::ReconstructorOptions{.bayerLayout = head_->bayerLayout().value()});
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber + "' cannot be connected: " + error.what());
     }

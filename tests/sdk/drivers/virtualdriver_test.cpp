@@ -184,7 +184,7 @@ TEST(VirtualHead, CapturesAndKnowsTheTruth) {
     VirtualHeads heads({.serialNumber = "A", .noise = false, .more = "temperatures: {head: 41}\n"});
     Virtual::VirtualDriver driver("ToshibaTeli");
     const auto head = driver.open("A");
-    EXPECT_EQ(head->calibration().camera.width, 243U);
+    EXPECT_EQ(head->dimensions().sensorWidth, 243U);
     EXPECT_EQ(head->bayerLayout(), Driver::BayerLayout::BGGR);
     EXPECT_EQ(head->temperatures().head, 41.0);
     EXPECT_FALSE(head->groundTruth().has_value());

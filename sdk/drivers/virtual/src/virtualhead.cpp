@@ -34,6 +34,18 @@ VirtualHead::VirtualHead(HeadDescription description, std::shared_ptr<const Plug
       threads_(threads),
       scene_(loadScene(description_.sceneFile)) {}
 
+Driver::HeadDimensions VirtualHead::dimensions() const {
+    const Driver::Calibration& truth = description_.calibration;
+    return {.sensorWidth = truth.camera.width,
+            .sensorHeight = truth.camera.height,
+            .projectorWidth = truth.projector.width,
+            .projectorHeight = truth.projector.height};
+}
+
+std::optional<Driver::HeadCalibration> VirtualHead::calibration() const {
+    return Driver::HeadCalibration{.stages = {{.geometry = description_.calibration}}};
+}
+
 void VirtualHead::configure(const Driver::HeadConfiguration& c) {
     require(c.exposureTimeUs > 0, "exposureTimeUs", static_cast<double>(c.exposureTimeUs));
     require(c.maxIris > 0, "maxIris", static_cast<double>(c.maxIris));

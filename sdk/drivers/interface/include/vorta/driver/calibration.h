@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <vector>
 
 namespace Vorta::Driver {
 
@@ -33,6 +34,18 @@ struct Calibration {
     PinholeModel projector;
     std::array<double, 9> rotation{1, 0, 0, 0, 1, 0, 0, 0, 1}; ///< row-major, orthonormal
     std::array<double, 3> translationMm{};
+};
+
+/// The geometry that was measured at one temperature.
+struct CalibrationStage {
+    double temperature = 25.0; ///< of the optics, degrees Celsius
+    Calibration geometry;
+};
+
+/// A head's calibration: its geometry at one or more temperatures, all for the same sensor and projector size.
+struct HeadCalibration {
+    double referenceTemperature = 25.0;   ///< at which methods work that do not follow the temperature
+    std::vector<CalibrationStage> stages; ///< at least one, by rising temperature, no two at the same
 };
 
 } // namespace Vorta::Driver

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "vorta/common/pointcloud.h"
+#include "vorta/common/settings.h"
 #include "vorta/driver/calibration.h"
 #include "vorta/driver/imagestack.h"
 #include "vorta/driver/pattern.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,7 +22,13 @@
 namespace Vorta::Driver {
 
 /// Grows with every change to this interface; the library refuses plug-ins that were built for another one.
-inline constexpr std::uint32_t interfaceVersion = 1;
+inline constexpr std::uint32_t interfaceVersion = 2;
+
+/// What a driver is told before it is asked for heads.
+struct DriverConfiguration {
+    std::string measurementFile; ///< data file to replay, narrow path in the system's encoding; for replaying drivers
+    std::uint64_t group = 0;     ///< number of the heads that share one trigger line
+};
 
 /// Who a head is, as far as can be told without opening it.
 struct HeadIdentity {
@@ -27,6 +36,16 @@ struct HeadIdentity {
     std::string serialNumber;
     std::string firmwareVersion; ///< for instance "VORTA 0.9.21"
     std::string productRevision; ///< "Rev0" to "Rev3"
+};
+
+/// Size of a head's two images in pixels.
+struct HeadDimensions {
+    std::size_t sensorWidth = 0;
+    std::size_t sensorHeight = 0;
+    std::size_t projectorWidth = 0;
+    std::size_t projectorHeight = 0;
+
+    [[nodiscard]] bool operator==(const HeadDimensions&) const = default;
 };
 
 /// How the next captures are to be taken.
@@ -54,6 +73,13 @@ struct Temperatures {
 /// The four colours of a sensor's 2 x 2 mosaic cell, row by row from the top left pixel.
 enum class BayerLayout : std::uint8_t { GRBG, RGGB, BGGR, GBRG };
 
+/// A measurement that was taken earlier, as a head that replays it describes it.
+struct Recording {
+    Settings settings; ///< with which it was taken; its patterns are the ones that `acquire` can deliver
+    /// The points, where the recording holds no raw images; `acquire` then throws.
+    std::optional<PointCloud> cloud;
+};
+
 /// What is really there, known to virtual heads alone. Row-major, one entry per camera pixel.
 struct GroundTruth {
     std::size_t height = 0;
@@ -72,8 +98,14 @@ public:
     virtual ~Head() = default;
 
     [[nodiscard]] virtual HeadIdentity identity() const = 0;
-    [[nodiscard]] virtual Calibration calibration() const = 0;
-    [[nodiscard]] virtual BayerLayout bayerLayout() const = 0;
+    [[nodiscard]] virtual HeadDimensions dimensions() const = 0;
+
+    /// The calibration stored in the head; empty when it stores none.
+    [[nodiscard]] virtual std::optional<HeadCalibration> calibration() const = 0;
+
+    /// Empty when the head does not tell.
+    [[nodiscard]] virtual std::optional<BayerLayout> bayerLayout() const = 0;
+
     [[nodiscard]] virtual Temperatures temperatures() const = 0;
 
     /// Whether the head still answers. May be called from any thread, also during `acquire`.
@@ -84,6 +116,9 @@ public:
 
     /// Projects the sequence and writes one image per pattern into `images`, which is resized as needed.
     virtual void acquire(const PatternSequence& sequence, ImageStack& images) = 0;
+
+    /// What this head replays; empty for heads that measure.
+    [[nodiscard]] virtual std::optional<Recording> recording() const { return std::nullopt; }
 
     /// The truth behind the latest `acquire`; empty for real heads and before the first capture.
     [[nodiscard]] virtual std::optional<GroundTruth> groundTruth() const { return std::nullopt; }
@@ -96,6 +131,9 @@ public:
     Driver(const Driver&) = delete;
     Driver& operator=(const Driver&) = delete;
     virtual ~Driver() = default;
+
+    /// Takes effect with the next call of `heads` or `open`. Drivers that only list what is plugged in ignore it.
+    virtual void configure(const DriverConfiguration& /*configuration*/) {}
 
     /// The heads that are plugged in now, ordered by serial number.
     [[nodiscard]] virtual std::vector<HeadIdentity> heads() = 0;

@@ -6,9 +6,11 @@
 
 namespace Vorta::Driver {
 
-/// How the projector's mirrors are arranged: on a square grid, or on a diamond grid whose odd rows are shifted by
-/// half a mirror. On the diamond grid a column's coordinate is the mean of its even rows, a quarter of a mirror to the
-/// left of it, and its odd rows, a quarter to the right.
+/// How a pattern addresses the projector's mirrors, which stand on a diamond grid: each column's even rows lie a
+/// quarter of a column to the left of its coordinate, its odd rows a quarter to the right. `Plain` patterns have one
+/// level for each column, which its even and odd rows share; `Diamond` patterns have one for each half column. Half
+/// column h is centred at column (h - 0.5) / 2: even h are the even rows of column h / 2, odd h its odd rows. Rows are
+/// addressed one by one in either case.
 enum class Lattice : std::uint8_t { Plain, Diamond };
 
 /// Along which projector coordinate a pattern varies.
@@ -17,7 +19,7 @@ enum class Axis : std::uint8_t { Columns, Rows };
 /// One projected image: constant across one axis, so a level for each line of the other is all there is.
 struct Pattern {
     Axis axis = Axis::Columns;
-    /// Relative luminance 0 (dark) to 1 (full) for each projector column (or row), index 0 at the left (top).
+    /// Relative luminance 0 (dark) to 1 (full) for each projector column, half column or row, index 0 at the left (top).
     std::vector<float> levels;
 };
 

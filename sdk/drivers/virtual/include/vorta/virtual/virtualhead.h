@@ -31,8 +31,9 @@ public:
     VirtualHead(HeadDescription description, std::shared_ptr<const Plug> plug, unsigned threads);
 
     [[nodiscard]] Driver::HeadIdentity identity() const override { return description_.identity; }
-    [[nodiscard]] Driver::Calibration calibration() const override { return description_.calibration; }
-    [[nodiscard]] Driver::BayerLayout bayerLayout() const override { return description_.bayerLayout; }
+    [[nodiscard]] Driver::HeadDimensions dimensions() const override;
+    [[nodiscard]] std::optional<Driver::HeadCalibration> calibration() const override;
+    [[nodiscard]] std::optional<Driver::BayerLayout> bayerLayout() const override { return description_.bayerLayout; }
     [[nodiscard]] Driver::Temperatures temperatures() const override { return description_.temperatures; }
     [[nodiscard]] bool isPresent() const override { return plug_->isIn(); }
 
