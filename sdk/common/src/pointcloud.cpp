@@ -1,5 +1,7 @@
 #include "vorta/common/pointcloud.h"
 
+#include "pointblocks.h"
+
 #include "vorta/common/exceptions.h"
 
 #include <algorithm>
@@ -22,7 +24,9 @@ std::size_t checkedSize(std::size_t height, std::size_t width) {
 } // namespace
 
 PointCloud::PointCloud(std::size_t height, std::size_t width)
-    : height_(height), width_(width), points_(std::make_shared<Point[]>(checkedSize(height, width))) {}
+    : PointCloud(uninitialized(height, width)) {
+    std::ranges::fill(points(), Point{});
+}
 
 PointCloud::PointCloud(PointCloud&& other) noexcept
     : height_(std::exchange(other.height_, 0)),
@@ -43,9 +47,7 @@ PointCloud PointCloud::uninitialized(std::size_t height, std::size_t width) {
     cloud.height_ = height;
     cloud.width_ = width;
     // Plain storage: Point's default member values would be written a first time only to be overwritten.
-    cloud.points_ = std::shared_ptr<Point[]>(std::allocator<Point>{}.allocate(size), [size](Point* points) {
-        std::allocator<Point>{}.deallocate(points, size);
-    });
+    cloud.points_ = takePointBlock(size);
     return cloud;
 }
 

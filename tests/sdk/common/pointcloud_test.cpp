@@ -117,6 +117,20 @@ TEST(PointCloud, CloneIsIndependent) {
     EXPECT_TRUE(PointCloud().clone().empty());
 }
 
+TEST(PointCloud, LargeGridsTakeOverTheMemoryOfThoseThatAreGone) {
+    const Point* memory = nullptr;
+    {
+        const PointCloud cloud = PointCloud::uninitialized(512, 512);
+        memory = cloud.data();
+    }
+    PointCloud next(512, 512);
+    EXPECT_EQ(next.data(), memory);
+    EXPECT_FALSE(next[0].isValid()); // a constructed grid is fresh all the same
+    const PointCloud other = PointCloud::uninitialized(512, 512);
+    EXPECT_NE(other.data(), memory);
+    EXPECT_EQ(PointCloud::uninitialized(300, 300).size(), 90'000U); // another size
+}
+
 TEST(PointCloud, MovedFromHandleHoldsNoGrid) {
     PointCloud cloud(2, 3);
     cloud[4].z = 4.0F;
