@@ -7,6 +7,7 @@
 #include "vorta/driver/pattern.h"
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -76,6 +77,7 @@ enum class BayerLayout : std::uint8_t { GRBG, RGGB, BGGR, GBRG };
 /// A measurement that was taken earlier, as a head that replays it describes it.
 struct Recording {
     Settings settings; ///< with which it was taken; its patterns are the ones that `acquire` can deliver
+    std::chrono::sys_time<std::chrono::microseconds> time; ///< start of its first exposure
     /// The points, where the recording holds no raw images; `acquire` then throws.
     std::optional<PointCloud> cloud;
 };
