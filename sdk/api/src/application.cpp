@@ -1,6 +1,7 @@
 #include "vorta/api/application.h"
 
 #include "driverlibrary.h"
+#include "measurementsettings.h"
 
 #include "vorta/api/cameraimpl.h"
 
@@ -67,6 +68,7 @@ void ApplicationImpl::setCameraDriver(const std::string& path, const Settings& s
         library = std::make_shared<DriverLibrary>(path);
         state_->plugins[library->path()] = {.driver = library, .cameras = {}};
     }
+    library->configure(driverConfiguration(settings));
     state_->settings = settings;
     earlier = std::exchange(state_->chosen, std::move(library));
 }

@@ -156,6 +156,13 @@ CameraState CameraImpl::state() const noexcept {
     return state;
 }
 
+void CameraImpl::saveCalibration(const std::string& path) const {
+    const std::lock_guard operation(operation_);
+    if (!head_)
+        throw LogicException("Camera '" + serialNumber_ + "' is not connected.");
+    head_->saveCalibration(settings(), path);
+}
+
 std::optional<Driver::GroundTruth> CameraImpl::groundTruth() const {
     const std::lock_guard operation(operation_);
     return head_ ? head_->groundTruth() : std::nullopt;

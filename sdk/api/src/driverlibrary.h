@@ -22,6 +22,7 @@ public:
     /// Absolute, without symbolic links.
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
+    void configure(const Driver::DriverConfiguration& configuration) { driver_->configure(configuration); }
     [[nodiscard]] std::vector<Driver::HeadIdentity> heads();
     [[nodiscard]] std::unique_ptr<Driver::Head> open(const std::string& serialNumber);
 

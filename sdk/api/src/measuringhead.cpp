@@ -1,9 +1,12 @@
 #include "measuringhead.h"
 
+#include "measurementsettings.h"
+
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 #include "vorta/common/settingsinternal.h"
-#include "vorta/reconstruction/sequence.h"
+#include "vorta/reconstruction/calibrationfile.h"
+#include "vorta/reconstruction/headcalibration.h"
 
 #include <boost/format.hpp>
 #include <chrono>
@@ -14,57 +17,31 @@ namespace Vorta {
 namespace {
 
 using Internal = SettingsInternal;
+using std::chrono::steady_clock;
 
 constexpr const char* source = "VortaAPI/MeasuringHead";
 
-std::int64_t wholeMs(std::chrono::steady_clock::duration duration) {
+std::int64_t wholeMs(steady_clock::duration duration) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
 }
 
-} // namespace
-
-Driver::HeadConfiguration headConfiguration(const Settings& settings) {
-    const Internal& internal = settings.getSettingsInternal();
-    const std::string leds = internal.get<Internal::Projector::ToggleRGB>().value();
-    const auto isOn = [&leds](char letter) { return leds.find(letter) != std::string::npos; };
-    return {
-        .exposureTimeUs = settings.get<Settings::ExposureTime>().value().count(),
-        .iris = settings.get<Settings::Iris>().value(),
-        .maxIris = internal.get<Internal::Lens::MaxIris>().value(),
-        .brightness = settings.get<Settings::Brightness>().value(),
-        .gain = internal.get<Internal::Camera::Gain>().value(),
-        .gamma = internal.get<Internal::Camera::Gamma>().value(),
-        .blackLevel = internal.get<Internal::Camera::BlackLevel>().value(),
-        .ledEnabled = {isOn('R'), isOn('G'), isOn('B')},
-        .ledCurrentPercent = internal.get<Internal::Projector::MaxLEDCurrents>().value(),
-    };
-}
-
-Reconstruction::Parameters reconstructionParameters(const Settings& settings) {
-    return {
-        .minModulation = settings.get<Settings::Filters::Contrast::Threshold>().value(),
-        .rejectSaturated = settings.get<Settings::Filters::Saturated::Enabled>().value(),
-        .rejectOutliers = settings.get<Settings::Filters::Outlier::Enabled>().value(),
-        .outlierThresholdMm = settings.get<Settings::Filters::Outlier::Threshold>().value(),
-        .redBalance = settings.get<Settings::RedBalance>().value(),
-        .blueBalance = settings.get<Settings::BlueBalance>().value(),
-        .blackLevel = settings.getSettingsInternal().get<Internal::Camera::BlackLevel>().value(),
-    };
-}
-
-MeasuringHead::MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::string& serialNumber)
-    : driver_(std::move(driver)), serialNumber_(serialNumber) {
+std::unique_ptr<Driver::Head> open(DriverLibrary& driver, const std::string& serialNumber) {
     try {
-        head_ = driver_->open(serialNumber);
-        const Driver::Calibration calibration = head_->calibration().value().stages.at(0).geometry;
-        const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(calibration.projector);
-        sequence_ = Reconstruction::generateSequence(layout);
-        reconstructor_ = std::make_unique<Reconstruction::Reconstructor>(
-            calibration, layout, Reconstruction::ReconstructorOptions{.bayerLayout = head_->bayerLayout().value()});
+        return driver.open(serialNumber);
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber + "' cannot be connected: " + error.what());
     }
 }
+
+} // namespace
+
+MeasuringHead::MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::string& serialNumber)
+    : driver_(std::move(driver)),
+      serialNumber_(serialNumber),
+      head_(open(*driver_, serialNumber)),
+      recording_(head_->recording()),
+      calibrations_(head_->calibration(), head_->dimensions()),
+      mosaic_(head_->bayerLayout()) {}
 
 void MeasuringHead::checkTemperature(const Settings& settings) const {
     const double limit = settings.getSettingsInternal().get<Internal::Projector::MaxTemperature>().value();
@@ -75,26 +52,82 @@ void MeasuringHead::checkTemperature(const Settings& settings) const {
                                    .str());
 }
 
-Measurement MeasuringHead::measure(const Settings& settings) {
-    using std::chrono::steady_clock;
-    Measurement measurement;
+/// Plans anew what other patterns or another way to compute ask for.
+void MeasuringHead::prepare(const Settings& settings) {
+    // A recording has been taken with patterns of its own.
+    const Driver::HeadDimensions size = head_->dimensions();
+    const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(
+        size.projectorWidth, size.projectorHeight, sequenceOptions(recording_ ? recording_->settings : settings));
+    const Reconstruction::ReconstructorOptions options = reconstructorOptions(settings, mosaic_);
+    if (reconstructor_ && layout == *layout_ && options == *options_)
+        return;
+    reconstructor_ = std::make_unique<Reconstruction::Reconstructor>(size, layout, options);
+    sequence_ = Reconstruction::generateSequence(layout);
+    layout_ = layout;
+    options_ = options;
+}
+
+const Driver::HeadCalibration& MeasuringHead::calibration(const Settings& settings) {
+    const Driver::HeadCalibration* chosen = calibrations_.choose(settings);
+    if (!chosen)
+        throw RuntimeException("it stores no calibration, and the setting " +
+                               std::string(Internal::Measurement::CalibrationFile::path) +
+                               " names no file to take its place.");
+    return *chosen;
+}
+
+void MeasuringHead::calibrate(const Settings& settings, const Driver::Temperatures& temperatures) {
+    const Driver::HeadCalibration& chosen = calibration(settings);
+    reconstructor_->setCalibration(
+        Reconstruction::calibrationAt(chosen, calibrationTemperature(settings, chosen, temperatures)));
+}
+
+void MeasuringHead::saveCalibration(const Settings& settings, const std::string& path) {
+    const Driver::HeadCalibration* chosen = nullptr;
     try {
+        chosen = &calibration(settings);
+    } catch (const std::exception& error) {
+        throw RuntimeException("Camera '" + serialNumber_ + "' has no calibration to save: " + error.what());
+    }
+    Reconstruction::saveCalibration(*chosen, path);
+}
+
+Measurement MeasuringHead::acquire(const Settings& settings) {
+    const auto began = steady_clock::now();
+    prepare(settings);
+    head_->configure(headConfiguration(settings));
+    Measurement measurement;
+    FrameInfo& info = measurement.info;
+    info.time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+    head_->acquire(sequence_, images_);
+    const auto acquired = steady_clock::now();
+    info.head = head_->identity();
+    info.temperatures = head_->temperatures();
+    const Reconstruction::Parameters parameters = reconstructionParameters(settings);
+    if (parameters.applyCalibration)
+        calibrate(settings, info.temperatures);
+    reconstructor_->reconstruct(images_, parameters, measurement.cloud);
+    if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
+        Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_,
+                  images_.count(), wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
+    return measurement;
+}
+
+Measurement MeasuringHead::measure(const Settings& settings) {
+    try {
+        validate(settings);
         checkTemperature(settings);
-        const auto began = steady_clock::now();
-        head_->configure(headConfiguration(settings));
-        const auto time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
-        head_->acquire(sequence_, images_);
-        const auto acquired = steady_clock::now();
-        measurement.info = {.head = head_->identity(), .time = time, .temperatures = head_->temperatures()};
-        reconstructor_->reconstruct(images_, reconstructionParameters(settings), measurement.cloud);
-        if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
-            Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_,
-                      images_.count(), wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
+        if (recording_ && recording_->cloud)
+            return {.cloud = *recording_->cloud,
+                    .info = {.head = head_->identity(), .time = recording_->time, .temperatures = head_->temperatures()}};
+        Measurement measurement = acquire(settings);
+        if (recording_)
+            measurement.info.time = recording_->time;
+        return measurement;
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber_ +
                                (head_->isPresent() ? "' cannot capture: " : "' has vanished: ") + error.what());
     }
-    return measurement;
 }
 
 } // namespace Vorta

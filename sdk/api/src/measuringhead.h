@@ -1,5 +1,6 @@
 #pragma once
 
+#include "calibrationsource.h"
 #include "driverlibrary.h"
 
 #include "vorta/api/frameinfo.h"
@@ -7,18 +8,13 @@
 #include "vorta/common/settings.h"
 #include "vorta/driver/driver.h"
 #include "vorta/reconstruction/reconstructor.h"
+#include "vorta/reconstruction/sequence.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace Vorta {
-
-/// How the settings ask a head to take its exposures.
-[[nodiscard]] Driver::HeadConfiguration headConfiguration(const Settings& settings);
-
-/// What the settings ask of the computation.
-[[nodiscard]] Reconstruction::Parameters reconstructionParameters(const Settings& settings);
 
 /// One measurement: points and the facts about how they came about.
 struct Measurement {
@@ -30,13 +26,15 @@ struct Measurement {
 /// time, but for `isPresent`.
 class MeasuringHead {
 public:
-    /// Opens the head. Throws RuntimeException that names the serial number when it does not answer or its calibration
-    /// is unusable.
+    /// Opens the head. Throws RuntimeException that names the serial number when it does not answer.
     MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::string& serialNumber);
 
     /// Throws RuntimeException that names the serial number when the head has vanished, is hotter than the settings
-    /// allow, or cannot capture.
+    /// allow, has no calibration that fits, or cannot capture.
     [[nodiscard]] Measurement measure(const Settings& settings);
+
+    /// Throws as `measure` does, and IOException when the file cannot be written.
+    void saveCalibration(const Settings& settings, const std::string& path);
 
     [[nodiscard]] bool isPresent() const { return head_->isPresent(); }
     [[nodiscard]] Driver::Temperatures temperatures() const { return head_->temperatures(); }
@@ -44,10 +42,21 @@ public:
 
 private:
     void checkTemperature(const Settings& settings) const;
+    void prepare(const Settings& settings);
+    [[nodiscard]] const Driver::HeadCalibration& calibration(const Settings& settings);
+    void calibrate(const Settings& settings, const Driver::Temperatures& temperatures);
+    [[nodiscard]] Measurement acquire(const Settings& settings);
 
     std::shared_ptr<DriverLibrary> driver_; // first, since the head is the driver's code
     std::string serialNumber_;
     std::unique_ptr<Driver::Head> head_;
+    std::optional<Driver::Recording> recording_;
+    CalibrationSource calibrations_;
+    std::optional<Driver::BayerLayout> mosaic_;
+
+    // What the latest measurement has been prepared with.
+    std::optional<Reconstruction::SequenceLayout> layout_;
+    std::optional<Reconstruction::ReconstructorOptions> options_;
     std::unique_ptr<Reconstruction::Reconstructor> reconstructor_;
     Driver::PatternSequence sequence_;
     Driver::ImageStack images_;

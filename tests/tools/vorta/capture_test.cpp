@@ -132,6 +132,44 @@ TEST_F(Capture, SettingsComeFromFileThenPathsThenOptions) {
     EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr(":ExposureTime = \"2500\" ;"));
 }
 
+TEST_F(Capture, CombinesIrisesToOneMeasurement) {
+    ASSERT_EQ(vorta({"capture", "--hdr", "10,25,60", file("a.vdf")}).status, 0);
+    const Frame frame(file("a.vdf"), ComputeDevice{});
+    EXPECT_EQ(frame.settings().getString("Iris"), "10");
+    EXPECT_TRUE(frame.getImpl().childFrames().empty());
+    EXPECT_EQ(ncdumpHeader(file("a.vdf")).find("group: children"), std::string::npos);
+    EXPECT_GT(std::ranges::count_if(frame.getPointCloud().points(), &Point::isValid), 30'000);
+}
+
+TEST_F(Capture, KeepsTheCapturesOfAnHdrMeasurementOnRequest) {
+    ASSERT_EQ(vorta({"capture", "--hdr", "10,25", file("a.vdf"), "--set", "Camera/SaveChildMeasurements=true"}).status, 0);
+    const Frame frame(file("a.vdf"), ComputeDevice{});
+    const std::vector<Frame> children = frame.getImpl().childFrames();
+    ASSERT_EQ(children.size(), 2U);
+    EXPECT_EQ(children[0].settings().getString("Iris"), "10");
+    EXPECT_EQ(children[1].settings().getString("Iris"), "25");
+    EXPECT_EQ(ncdumpHeader(file("a.vdf")).find("image("), std::string::npos);
+}
+
+TEST_F(Capture, KeepsTheRawImagesOnRequest) {
+    ASSERT_EQ(vorta({"capture", "--save-images", file("a.vdf")}).status, 0);
+    // Four steps of the fringes and, for 1024 columns in periods of eight, eight bits.
+    EXPECT_THAT(ncdumpHeader(file("a.vdf")), HasSubstr("image = 12 ;"));
+    ASSERT_EQ(vorta({"capture", "--save-images", "--set", "Bidirectional=true", "--set",
+                     "Measurement/InversePatterns=true", file("b.vdf")})
+                  .status,
+              0);
+    EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr("image = 40 ;")); // 768 rows take eight bits too
+}
+
+TEST_F(Capture, WritesTheCalibrationThatItCanUseInstead) {
+    ASSERT_EQ(vorta({"calibration", file("calib_data.yml")}).status, 0);
+    ASSERT_EQ(vorta({"capture", file("a.xyz"), "--set", "Measurement/CalibrationFile=" + file("calib_data.yml")}).status,
+              0);
+    ASSERT_EQ(vorta({"capture", file("b.xyz")}).status, 0);
+    EXPECT_EQ(readFile(file("a.xyz")), readFile(file("b.xyz")));
+}
+
 TEST_F(Capture, SpeaksOfItsStepsOnRequest) {
     const Result result = vorta({"capture", file("a.vdf"), "--set", "Global/DebugMessages=true"});
     EXPECT_EQ(result.status, 0);

@@ -46,6 +46,9 @@ TEST_F(Failures, OfUseGiveStatus2AndDoNothing) {
     expect(2, {"capture", file("a.vdf"), "--set", "Iris"}, "--set: 'Iris' has no '='; write PATH=VALUE.");
     expect(2, {"capture", file("a.vdf"), "--set", "Iirs=3"}, "--set: ");
     expect(2, {"capture", file("a.vdf"), "--set", "Camera/Gain="}, "--set: ");
+    expect(2, {"capture", file("a.vdf"), "--hdr", "20"}, "--hdr: one iris makes no high dynamic range");
+    expect(2, {"capture", file("a.vdf"), "--hdr", "20,64"}, "--hdr: The value is out of range");
+    expect(2, {"capture", file("a.vdf"), "--hdr", "20,x"}, "--hdr: ");
     EXPECT_THAT(folder.entries(), IsEmpty());
 }
 
@@ -66,6 +69,8 @@ TEST_F(Failures, OfFilesGiveStatus1) {
     expect(1, {"convert", file("none.vdf"), file("a.ply")},
            "Data file '" + file("none.vdf") + "' cannot be read: No such file or directory.");
     expect(1, {"info", file("broken.yml")}, "it is not a Vorta data file.");
+    expect(1, {"capture", file("a.vdf"), "--set", "Measurement/CalibrationFile=" + file("none.yml")}, file("none.yml"));
+    expect(1, {"calibration", file("none/calib_data.yml")}, file("none/calib_data.yml"));
     EXPECT_THAT(folder.entries(), ::testing::ElementsAre("broken.yml"));
 }
 
@@ -99,12 +104,13 @@ TEST(Help, IsPrintedWithStatus0) {
     const Result help = vorta({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.err, "");
-    for (const char* command : {"list", "capture", "convert", "info", "settings"})
+    for (const char* command : {"list", "capture", "live", "convert", "info", "settings", "calibration"})
         EXPECT_THAT(help.out, HasSubstr(command));
     const Result capture = vorta({"capture", "--help"});
     EXPECT_EQ(capture.status, 0);
     for (const char* option :
-         {"--camera", "--exposure", "--iris", "--brightness", "--settings", "--set", "--unordered", "--truth"})
+         {"--camera", "--exposure", "--iris", "--brightness", "--settings", "--set", "--unordered", "--truth",
+          "--hdr", "--save-images"})
         EXPECT_THAT(capture.out, HasSubstr(option));
     EXPECT_THAT(vorta({"--version"}).out, StartsWith("vorta 1."));
 }

@@ -1,15 +1,16 @@
-#include "cameras.h"
 #include "commands.h"
+#include "measurementoptions.h"
 #include "outputs.h"
 #include "progress.h"
 
+#include "vorta/api/application.h"
 #include "vorta/api/cameraimpl.h"
+#include "vorta/api/frameimpl.h"
 #include "vorta/api/groundtruth.h"
+#include "vorta/api/hdr.h"
 #include "vorta/common/exceptions.h"
 
-#include <iostream>
 #include <memory>
-#include <optional>
 
 namespace Vorta::Tool {
 
@@ -17,43 +18,12 @@ namespace {
 
 struct Arguments {
     std::vector<std::string> outputs;
-    std::string camera;
-    std::string settingsFile;
-    std::vector<std::string> assignments; ///< PATH=VALUE
-    std::optional<std::string> exposure;
-    std::optional<std::string> iris;
-    std::optional<std::string> brightness;
+    MeasurementOptions measurement;
+    std::vector<std::string> hdrIrises;
+    bool saveImages = false;
     bool unordered = false;
     std::string truth;
 };
-
-void set(Settings& settings, const std::string& option, const std::string& path, const std::string& text) {
-    try {
-        settings.set(path, text);
-    } catch (const ArgumentException& error) {
-        throw UsageError(option + ": " + error.what());
-    }
-}
-
-/// From the general to the particular: the file, then single settings, then the options of their own.
-Settings settingsFrom(const Arguments& arguments) {
-    Settings settings;
-    if (!arguments.settingsFile.empty())
-        settings = Settings(arguments.settingsFile);
-    for (const std::string& assignment : arguments.assignments) {
-        const auto equals = assignment.find('=');
-        if (equals == std::string::npos)
-            throw UsageError("--set: '" + assignment + "' has no '='; write PATH=VALUE.");
-        set(settings, "--set", assignment.substr(0, equals), assignment.substr(equals + 1));
-    }
-    if (arguments.exposure)
-        set(settings, "--exposure", std::string(Settings::ExposureTime::path), *arguments.exposure);
-    if (arguments.iris)
-        set(settings, "--iris", std::string(Settings::Iris::path), *arguments.iris);
-    if (arguments.brightness)
-        set(settings, "--brightness", std::string(Settings::Brightness::path), *arguments.brightness);
-    return settings;
-}
 
 void saveTruth(const Camera& camera, const std::string& path) {
     const auto truth = camera.getImpl().groundTruth();
@@ -63,21 +33,58 @@ void saveTruth(const Camera& camera, const std::string& path) {
     saveGroundTruth(*truth, path);
 }
 
+/// The settings of each capture: one, or one for each iris of a high-dynamic-range measurement.
+std::vector<Settings> captures(const Arguments& arguments) {
+    Settings settings = arguments.measurement.settings();
+    if (arguments.saveImages)
+        settings.set(SettingsInternal::Camera::SaveImages(true));
+    if (arguments.hdrIrises.empty())
+        return {settings};
+    if (arguments.hdrIrises.size() == 1)
+        throw UsageError("--hdr: one iris makes no high dynamic range; give at least two, for instance 8,20,50.");
+    std::vector<Settings> all;
+    for (const std::string& iris : arguments.hdrIrises) {
+        setFromOption(settings, "--hdr", std::string(Settings::Iris::path), iris);
+        all.push_back(settings);
+    }
+    return all;
+}
+
+bool keepsChildren(const Settings& settings) {
+    const SettingsInternal& internal = settings.getSettingsInternal();
+    return internal.get<SettingsInternal::Camera::SaveChildMeasurements>().value() ||
+           internal.get<SettingsInternal::Camera::SaveImages>().value();
+}
+
+Frame measure(Camera& camera, const std::vector<Settings>& captures, Progress& progress) {
+    std::vector<Frame> frames;
+    for (const Settings& settings : captures) {
+        const std::string count =
+            captures.size() > 1 ? " (" + std::to_string(frames.size() + 1) + " of " + std::to_string(captures.size()) + ")"
+                                : "";
+        progress.show("Capturing with " + camera.modelName() + " " + camera.serialNumber().toString() + count);
+        camera.setSettings(settings);
+        frames.push_back(camera.capture());
+    }
+    if (frames.size() == 1)
+        return frames.front();
+    Frame combined = HDR::Detail::combineFrames({frames.begin(), frames.end()});
+    if (keepsChildren(captures.front()))
+        combined.getImpl().setChildFrames(frames);
+    return combined;
+}
+
 void capture(const Arguments& arguments) {
     const std::vector<Output> outputs = parseOutputs(arguments.outputs);
-    const Settings settings = settingsFrom(arguments);
+    const std::vector<Settings> settings = captures(arguments);
     Application application;
-    Camera camera = chooseCamera(findCameras(application, settings), arguments.camera);
-    if (settings.getSettingsInternal().get<SettingsInternal::Global::DebugMessages>().value())
-        application.getImpl().setLogCallback(
-            [](const Log::Event& event) { std::cerr << "vorta: " << event.getMessage() << '\n'; });
     Frame frame;
+    Camera camera;
     {
         Progress progress;
-        progress.show("Capturing with " + camera.modelName() + " " + camera.serialNumber().toString());
-        camera.setSettings(settings);
-        camera.connect();
-        frame = camera.capture();
+        progress.show("Connecting");
+        camera = arguments.measurement.connect(application, settings.front());
+        frame = measure(camera, settings, progress);
     }
     if (!arguments.truth.empty())
         saveTruth(camera, arguments.truth);
@@ -93,15 +100,14 @@ void addCaptureCommand(CLI::App& app) {
         ->add_option("OUTPUT", arguments->outputs,
                      "Files to write; the ending says what: .vdf .xyz .ply .pcd, or .png for the colour image.")
         ->required();
-    command->add_option("--camera", arguments->camera, "Serial number of the camera; otherwise the first one.");
-    command->add_option("--exposure", arguments->exposure, "Exposure time of each image in microseconds.");
-    command->add_option("--iris", arguments->iris, "Opening of the lens in steps.");
-    command->add_option("--brightness", arguments->brightness, "Brightness of the projector, 0 to 1.");
-    command->add_option("--settings", arguments->settingsFile, "Settings file to begin with.");
+    arguments->measurement.addTo(*command);
     command
-        ->add_option("--set", arguments->assignments,
-                     "PATH=VALUE: one setting, for instance Camera/Gain=2; may be repeated.")
+        ->add_option("--hdr", arguments->hdrIrises,
+                     "N,N,...: capture with each of these irises and combine them to one measurement.")
+        ->delimiter(',')
         ->allow_extra_args(false);
+    command->add_flag("--save-images", arguments->saveImages,
+                      "Keep the raw images in a .vdf, so that it can be decoded afresh.");
     command->add_flag("--unordered", arguments->unordered, "Leave invalid points out of .ply files.");
     command->add_option("--truth", arguments->truth, "Write the true depth of a virtual camera's scene (netCDF).");
     command->callback([arguments] { capture(*arguments); });

@@ -16,8 +16,10 @@ public:
 
 void addListCommand(CLI::App& app);
 void addCaptureCommand(CLI::App& app);
+void addLiveCommand(CLI::App& app);
 void addConvertCommand(CLI::App& app);
 void addInfoCommand(CLI::App& app);
 void addSettingsCommand(CLI::App& app);
+void addCalibrationCommand(CLI::App& app);
 
 } // namespace Vorta::Tool

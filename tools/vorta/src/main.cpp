@@ -21,9 +21,11 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", "vorta " VORTA_VERSION);
     Vorta::Tool::addListCommand(app);
     Vorta::Tool::addCaptureCommand(app);
+    Vorta::Tool::addLiveCommand(app);
     Vorta::Tool::addConvertCommand(app);
     Vorta::Tool::addInfoCommand(app);
     Vorta::Tool::addSettingsCommand(app);
+    Vorta::Tool::addCalibrationCommand(app);
     try {
         app.parse(argc, argv);
         if (app.get_subcommands().empty())

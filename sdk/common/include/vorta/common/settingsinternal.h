@@ -32,7 +32,7 @@ public:
             static constexpr std::string_view path = "Measurement/ApplyCalibration";
             static constexpr Traits traits{
                 .defaultValue = true,
-                .meaning = "Turn the decoded patterns into points; off, a capture delivers the raw image alone."};
+                .meaning = "Turn the decoded patterns into points; off, x and y of a point are the projector column and row that it saw."};
             using Setting::Setting;
         };
         struct AdvancedPattern : Setting<AdvancedPattern, PatternCode> {
