@@ -104,7 +104,8 @@ const RecordFormat pcd{.pack = packPcd, .recordSize = pcdRecordSize};
 
 bool writeRecords(std::string_view header, std::span<const Point> points, const RecordFormat& format,
                   const Sink& sink) {
-    constexpr std::size_t blockSize = std::size_t{1} << 20;
+    // Large enough for file systems to keep the file in their largest pages, small enough to stay in the cache.
+    constexpr std::size_t blockSize = std::size_t{2} << 20;
     const auto buffer = std::make_unique_for_overwrite<char[]>(blockSize + format.recordSize + packingSlack);
     std::size_t used = header.copy(buffer.get(), blockSize);
     for (std::size_t first = 0; first < points.size();) {

@@ -41,7 +41,7 @@ public:
     ModalDriver& operator=(const ModalDriver&) = delete;
 
     /// The boxes that appeared, oldest first.
-    const std::vector<Box>& seen() const { return seen_; }
+    [[nodiscard]] const std::vector<Box>& seen() const { return seen_; }
 
     /// Queues: click the button with this text ("&" does not matter) or object name.
     ModalDriver& thenClick(const QString& button);

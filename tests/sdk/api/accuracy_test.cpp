@@ -50,7 +50,7 @@ Accuracy compare(const PointCloud& cloud, const Driver::GroundTruth& truth) {
 }
 
 TEST(Accuracy, OfAPlaneAt700MmWithDefaultSettings) {
-    boost::this_process::environment()["VORTA_VIRTUAL_HEADS"] = VORTA_SOURCE_DIR "/heads/plane";
+    boost::this_process::environment().set("VORTA_VIRTUAL_HEADS", VORTA_SOURCE_DIR "/heads/plane");
     Application application;
     application.getImpl().setCameraDriver(Testing::driverPath(), Settings{});
     const std::vector<Camera> cameras = application.cameras();

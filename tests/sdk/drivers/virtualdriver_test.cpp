@@ -84,15 +84,15 @@ TEST(VirtualDriver, HasNoHeadsWithoutTheVariable) {
     VirtualHeads heads({.serialNumber = "A"});
     Virtual::VirtualDriver driver("ToshibaTeli");
     auto environment = boost::this_process::environment();
-    environment.erase("VORTA_VIRTUAL_HEADS");
+    environment.reset("VORTA_VIRTUAL_HEADS");
     EXPECT_THAT(serialNumbers(driver), IsEmpty());
-    environment["VORTA_VIRTUAL_HEADS"] = heads.folder().string();
+    environment.set("VORTA_VIRTUAL_HEADS", heads.folder().string());
     EXPECT_THAT(serialNumbers(driver), ElementsAre("A"));
 }
 
 TEST(VirtualDriver, SaysOnceThatTheFolderCannotBeRead) {
     VirtualHeads heads;
-    boost::this_process::environment()["VORTA_VIRTUAL_HEADS"] = (heads.folder() / "missing").string();
+    boost::this_process::environment().set("VORTA_VIRTUAL_HEADS", (heads.folder() / "missing").string());
     Warnings warnings;
     Virtual::VirtualDriver driver("ToshibaTeli");
     EXPECT_THAT(serialNumbers(driver), IsEmpty());

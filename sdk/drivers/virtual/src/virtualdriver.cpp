@@ -5,9 +5,8 @@
 #include "vorta/virtual/virtualhead.h"
 #include "words.h"
 
-#include <boost/process/environment.hpp>
-
 #include <algorithm>
+#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -31,12 +30,12 @@ void VirtualDriver::warnOnce(const std::string& message) {
 }
 
 std::vector<std::filesystem::path> VirtualDriver::files() {
-    const auto environment = boost::this_process::environment();
-    const auto entry = environment.find(variable);
+    // Nothing sets variables while a driver works.
+    const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
     std::vector<std::filesystem::path> found;
-    if (entry == environment.end() || entry->to_string().empty())
+    if (!value || *value == '\0')
         return found;
-    const std::filesystem::path folder = entry->to_string();
+    const std::filesystem::path folder = value;
     std::error_code failure;
     for (std::filesystem::directory_iterator it(folder, failure), end; !failure && it != end; it.increment(failure))
         if (it->path().extension() == ".yml")
