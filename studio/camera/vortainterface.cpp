@@ -8,6 +8,8 @@
 #include "camera/waitcursor.h"
 #include "services/appsettings.h"
 #include "vorta/api/application.h"
+#include "vorta/api/frameimpl.h"
+#include "vorta/api/hdr.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 
@@ -46,8 +48,11 @@ VortaInterface::~VortaInterface() {
     detectionThread_.reset();
     if (initializerThread_)
         initializerThread_->wait();
-    if (!camera_.isNull())
-        camera_.setFrameCallback({});
+    if (camera_.isNull())
+        return;
+    camera_.setFrameCallback({});
+    if (status_.live)
+        stopLive();
 }
 
 void VortaInterface::connectCamera(const ComputeDevice& device) {
@@ -166,30 +171,110 @@ bool VortaInterface::initializeCamera(QString& errorMessage) {
     }
 }
 
+template <class Change>
+void VortaInterface::changeCameraSettings(Change change) {
+    Settings settings = camera_.settings();
+    change(settings);
+    camera_.setSettings(settings);
+}
+
 void VortaInterface::measure(const FrameSpec& spec) {
     const WaitCursor waitCursor;
-    measureSingle(spec);
+    if (spec.raw)
+        measureRaw(spec);
+    else if (spec.live)
+        startLive(spec);
+    else if (spec.irisHDRValues.size() > 1)
+        measureHdr(spec);
+    else
+        measureSingle(spec);
 }
 
 void VortaInterface::measureSingle(const FrameSpec& spec) {
-    applySetting(Settings::Iris(spec.iris));
+    applyIris(spec.iris);
     applyExposure(spec);
     currentFrame_ = camera_.capture();
     const DeviceCloud cloud = currentFrame_.deviceCloud();
     publishRecord(cloud.copyToCPU());
     Q_EMIT deviceCloudUpdated(cloud);
+    firstMeasurementDone_ = true;
+}
+
+void VortaInterface::measureRaw(const FrameSpec& spec) {
+    applyExposure(spec);
+    applyCalibration(false);
+    try {
+        currentFrame_ = camera_.capture();
+    } catch (...) {
+        applyCalibration(true); // the next capture is not to pay for this one's failure
+        throw;
+    }
+    applyCalibration(true);
+    const DeviceCloud cloud = currentFrame_.deviceCloud();
+    publishRecord(cloud.copyToCPU());
+    Q_EMIT deviceCloudUpdated(cloud);
+}
+
+/// Live and HDR are preceded by a single capture when there has been none: they rely on there being a record.
+void VortaInterface::ensureFirstMeasurement(const FrameSpec& spec) {
+    if (!firstMeasurementDone_)
+        measureSingle(spec);
+}
+
+void VortaInterface::measureHdr(const FrameSpec& spec) {
+    if (spec.irisHDRValues.size() < 2)
+        throw ArgumentInvalidException("Not enough iris values for HDR measurement.", "spec.irisHDRValues");
+    applyExposure(spec);
+    ensureFirstMeasurement(spec);
+    Log::info(logSource, __LINE__, "Initiating HDR measurement with %d iris values", spec.irisHDRValues.size());
+    std::vector<Frame> frames;
+    for (const std::uint64_t iris : spec.irisHDRValues) {
+        applyIris(iris);
+        Log::info(logSource, __LINE__, "Performing measurement with minimum iris: %d", iris);
+        frames.push_back(camera_.capture());
+    }
+    currentFrame_ = HDR::Detail::combineFrames({frames.begin(), frames.end()});
+    const PointCloud combined = currentFrame_.getPointCloud();
+    publishRecord(combined);
+    QList<DeviceCloud> clouds;
+    for (const Frame& frame : frames)
+        clouds.append(frame.deviceCloud());
+    Q_EMIT deviceCloudsUpdatedHDR(clouds, combined);
+    const Settings settings = camera_.settings();
+    const SettingsInternal& internal = settings.getSettingsInternal();
+    if (internal.get<SettingsInternal::Camera::SaveChildMeasurements>().value() ||
+        internal.get<SettingsInternal::Camera::SaveImages>().value())
+        currentFrame_.getImpl().setChildFrames(frames);
+}
+
+void VortaInterface::startLive(const FrameSpec& spec) {
+    ensureFirstMeasurement(spec);
+    applyExposure(spec);
+    Log::info(logSource, __LINE__, "Starting live acquisition");
+    camera_.startLive();
+    refreshStatus();
+}
+
+void VortaInterface::stopLive() {
+    Log::info(logSource, __LINE__, "Stopping live acquisition");
+    camera_.stopLive();
+    refreshStatus();
 }
 
 void VortaInterface::applyExposure(const FrameSpec& spec) {
-    applySetting(Settings::Brightness(static_cast<double>(spec.brightness)));
-    applySetting(Settings::ExposureTime(spec.exposureTime));
+    changeCameraSettings(
+        [&](Settings& settings) { settings.set(Settings::Brightness(static_cast<double>(spec.brightness))); });
+    changeCameraSettings([&](Settings& settings) { settings.set(Settings::ExposureTime(spec.exposureTime)); });
 }
 
-template <class Setting>
-void VortaInterface::applySetting(const Setting& setting) {
-    Settings settings = camera_.settings();
-    settings.set(setting);
-    camera_.setSettings(settings);
+void VortaInterface::applyCalibration(bool on) {
+    changeCameraSettings([on](Settings& settings) {
+        settings.getSettingsInternal().set(SettingsInternal::Measurement::ApplyCalibration(on));
+    });
+}
+
+void VortaInterface::applyIris(std::uint64_t iris) {
+    changeCameraSettings([iris](Settings& settings) { settings.set(Settings::Iris(iris)); });
 }
 
 void VortaInterface::setSettings(const Settings& settings) {

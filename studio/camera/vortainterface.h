@@ -8,6 +8,7 @@
 #include "vorta/compute/computedevice.h"
 #include "vorta/compute/devicecloud.h"
 
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -41,9 +42,15 @@ public:
     /// take, for a calibration file, or about a firmware update.
     void connectCamera(const ComputeDevice& device);
 
-    /// Takes one measurement under a wait cursor and publishes it as the current record. Failures of the camera are
-    /// thrown to the caller.
+    /// Does what the request asks for, under a wait cursor: a raw capture, the start of live acquisition, a measurement
+    /// of high dynamic range, or a single capture. All but live publish the result as the current record. Failures of
+    /// the camera are thrown to the caller.
     void measure(const FrameSpec& spec);
+    /// Captures once with each iris of the request and combines the captures. Throws ArgumentInvalidException, before
+    /// anything is captured, when the request names fewer than two.
+    void measureHdr(const FrameSpec& spec);
+    /// Ends live acquisition; the camera stays connected.
+    void stopLive();
 
     /// Takes over new settings, applies them to the camera and announces them.
     void setSettings(const Settings& settings);
@@ -73,6 +80,7 @@ Q_SIGNALS:
     void settingsChanged(Settings settings);
     void deviceCloudUpdated(Vorta::DeviceCloud cloud);
     void measurementUpdated(Vorta::Frame measurement);
+    void deviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> deviceCloudList, PointCloud pointCloud);
     void pointCloudDataUpdated(std::shared_ptr<Vorta::CloudWithImagesAndMask> data);
     void infoMessage(const QString& title, const QString& text);
     void warningMessage(const QString& title, const QString& text);
@@ -97,9 +105,14 @@ private:
     void handleLossOfCamera();
 
     void measureSingle(const FrameSpec& spec);
+    void measureRaw(const FrameSpec& spec);
+    void startLive(const FrameSpec& spec);
+    void ensureFirstMeasurement(const FrameSpec& spec);
     void applyExposure(const FrameSpec& spec);
-    template <class Setting>
-    void applySetting(const Setting& setting);
+    void applyIris(std::uint64_t iris);
+    void applyCalibration(bool on);
+    template <class Change>
+    void changeCameraSettings(Change change);
 
     void handleFrame(const Frame& frame);
     void publishRecord(const PointCloud& cloud);
@@ -112,6 +125,7 @@ private:
     std::atomic<bool> live_{false};
     Settings settings_;
     ComputeDevice computeDevice_;
+    bool firstMeasurementDone_ = false;
     std::shared_ptr<CloudWithImagesAndMask> record_;
     Frame currentFrame_;
     std::unique_ptr<VortaCameraDetectionThread> detectionThread_;

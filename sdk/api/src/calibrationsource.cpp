@@ -34,7 +34,8 @@ const Driver::HeadCalibration* CalibrationSource::choose(const Settings& setting
     const Internal& internal = settings.getSettingsInternal();
     const std::string path = internal.get<Internal::Measurement::CalibrationFile>().value();
     if (path.empty()) {
-        const bool stores = internal.get<Internal::Global::ProductRevision>().value() == Internal::Global::Revision::Rev3;
+        const bool stores =
+            internal.get<Internal::Global::ProductRevision>().value() == Internal::Global::Revision::Rev3;
         return stores && stored_ ? &*stored_ : nullptr;
     }
     read(path);
@@ -61,8 +62,7 @@ void CalibrationSource::read(const std::string& path) {
 double calibrationTemperature(const Settings& settings, const Driver::HeadCalibration& calibration,
                               const Driver::Temperatures& temperatures) {
     const Internal& internal = settings.getSettingsInternal();
-    if (internal.get<Internal::Calibration::Method>().value() !=
-        Internal::Calibration::Model::ProjectorCameraMultiTemp)
+    if (internal.get<Internal::Calibration::Method>().value() != Internal::Calibration::Model::ProjectorCameraMultiTemp)
         return calibration.referenceTemperature;
     // In steps too small to matter: a change of temperature costs the time to compute every pixel's ray anew.
     constexpr double stepsPerKelvin = 20.0;

@@ -16,8 +16,8 @@ public:
     CalibrationSource(std::optional<Driver::HeadCalibration> stored, const Driver::HeadDimensions& head);
 
     /// The settings' calibration file, which is read again when it has changed, otherwise what the head stores, which
-    /// heads before product revision Rev3 do not; null when there is neither. Throws IOException when the file cannot be used, and RuntimeException when it is made for
-    /// another head's sensor or projector.
+    /// heads before product revision Rev3 do not; null when there is neither. Throws IOException when the file cannot
+    /// be used, and RuntimeException when it is made for another head's sensor or projector.
     [[nodiscard]] const Driver::HeadCalibration* choose(const Settings& settings);
 
 private:

@@ -15,10 +15,12 @@ using Internal = SettingsInternal;
 
 template <class S>
 auto value(const Settings& settings) {
-    if constexpr (requires { settings.get<S>(); })
-        return settings.get<S>().value();
-    else
-        return settings.getSettingsInternal().get<S>().value();
+    return settings.get<S>().value();
+}
+
+template <class S>
+auto internal(const Settings& settings) {
+    return settings.getSettingsInternal().get<S>().value();
 }
 
 template <class S>
@@ -27,38 +29,37 @@ std::string named(const Settings& settings) {
 }
 
 template <class Lower, class Upper>
-void requireOrder(const Settings& settings) {
-    if (value<Lower>(settings) > value<Upper>(settings))
-        throw RuntimeException("the setting " + named<Lower>(settings) + " lies above " + named<Upper>(settings) +
-                               "; correct one, or switch " + std::string(Internal::Global::Validate::path) + " off.");
+[[noreturn]] void refuseOrder(const Settings& settings) {
+    throw RuntimeException("the setting " + named<Lower>(settings) + " lies above " + named<Upper>(settings) +
+                           "; correct one, or switch " + std::string(Internal::Global::Validate::path) + " off.");
 }
 
 } // namespace
 
 Driver::HeadConfiguration headConfiguration(const Settings& settings) {
-    const std::string leds = value<Internal::Projector::ToggleRGB>(settings);
+    const std::string leds = internal<Internal::Projector::ToggleRGB>(settings);
     const auto isOn = [&leds](char letter) { return leds.find(letter) != std::string::npos; };
-    const std::uint64_t maxIris = value<Internal::Lens::MaxIris>(settings);
+    const std::uint64_t maxIris = internal<Internal::Lens::MaxIris>(settings);
     return {
         .exposureTimeUs = value<Settings::ExposureTime>(settings).count(),
         .iris = std::min(value<Settings::Iris>(settings), maxIris),
         .maxIris = maxIris,
         .brightness = value<Settings::Brightness>(settings),
-        .gain = value<Internal::Camera::Gain>(settings),
-        .gamma = value<Internal::Camera::Gamma>(settings),
-        .blackLevel = value<Internal::Camera::BlackLevel>(settings),
+        .gain = internal<Internal::Camera::Gain>(settings),
+        .gamma = internal<Internal::Camera::Gamma>(settings),
+        .blackLevel = internal<Internal::Camera::BlackLevel>(settings),
         .ledEnabled = {isOn('R'), isOn('G'), isOn('B')},
-        .ledCurrentPercent = value<Internal::Projector::MaxLEDCurrents>(settings),
+        .ledCurrentPercent = internal<Internal::Projector::MaxLEDCurrents>(settings),
     };
 }
 
 Reconstruction::SequenceOptions sequenceOptions(const Settings& settings) {
     using Pattern = Internal::Measurement::PatternCode;
     using Code = Reconstruction::SequenceOptions::Code;
-    const Pattern pattern = value<Internal::Measurement::AdvancedPattern>(settings);
+    const Pattern pattern = internal<Internal::Measurement::AdvancedPattern>(settings);
     return {.lattice = pattern == Pattern::Diamond ? Driver::Lattice::Diamond : Driver::Lattice::Plain,
             .code = pattern == Pattern::ErrorCorrecting ? Code::ErrorCorrecting : Code::Gray,
-            .inverse = pattern == Pattern::Inverse || value<Internal::Measurement::InversePatterns>(settings),
+            .inverse = pattern == Pattern::Inverse || internal<Internal::Measurement::InversePatterns>(settings),
             .rows = value<Settings::Bidirectional>(settings)};
 }
 
@@ -67,8 +68,9 @@ Reconstruction::ReconstructorOptions reconstructorOptions(const Settings& settin
     using Model = Internal::Calibration::Model;
     Reconstruction::ReconstructorOptions options;
     // The settings list the layouts in the driver interface's order.
-    options.bayerLayout = mosaic.value_or(static_cast<Driver::BayerLayout>(value<Internal::Camera::BayerLayout>(settings)));
-    options.method = value<Internal::Calibration::Method>(settings) == Model::Polynomial
+    options.bayerLayout =
+        mosaic.value_or(static_cast<Driver::BayerLayout>(internal<Internal::Camera::BayerLayout>(settings)));
+    options.method = internal<Internal::Calibration::Method>(settings) == Model::Polynomial
                          ? Reconstruction::ReconstructorOptions::Method::Polynomial
                          : Reconstruction::ReconstructorOptions::Method::Triangulation;
     return options;
@@ -76,34 +78,37 @@ Reconstruction::ReconstructorOptions reconstructorOptions(const Settings& settin
 
 Reconstruction::Parameters reconstructionParameters(const Settings& settings) {
     Reconstruction::Parameters parameters;
-    parameters.applyCalibration = value<Internal::Measurement::ApplyCalibration>(settings);
+    parameters.applyCalibration = internal<Internal::Measurement::ApplyCalibration>(settings);
     parameters.minModulation = value<Settings::Filters::Contrast::Threshold>(settings);
     parameters.rejectSaturated = value<Settings::Filters::Saturated::Enabled>(settings);
     parameters.rejectReflections = value<Settings::Filters::Reflection::Enabled>(settings);
     parameters.rejectOutliers = value<Settings::Filters::Outlier::Enabled>(settings);
     parameters.outlierThresholdMm = value<Settings::Filters::Outlier::Threshold>(settings);
-    parameters.invalidTop = value<Internal::Measurement::InvalidateTop>(settings);
-    parameters.invalidBottom = value<Internal::Measurement::InvalidateBottom>(settings);
-    parameters.invalidLeft = value<Internal::Measurement::InvalidateLeft>(settings);
-    parameters.invalidRight = value<Internal::Measurement::InvalidateRight>(settings);
-    parameters.gamma = value<Internal::Camera::Gamma>(settings);
+    parameters.invalidTop = internal<Internal::Measurement::InvalidateTop>(settings);
+    parameters.invalidBottom = internal<Internal::Measurement::InvalidateBottom>(settings);
+    parameters.invalidLeft = internal<Internal::Measurement::InvalidateLeft>(settings);
+    parameters.invalidRight = internal<Internal::Measurement::InvalidateRight>(settings);
+    parameters.gamma = internal<Internal::Camera::Gamma>(settings);
     parameters.redBalance = value<Settings::RedBalance>(settings);
     parameters.blueBalance = value<Settings::BlueBalance>(settings);
-    parameters.blackLevel = value<Internal::Camera::BlackLevel>(settings);
-    parameters.colourMode = static_cast<Reconstruction::Parameters::ColourMode>(value<Internal::Camera::ColorMode>(settings));
+    parameters.blackLevel = internal<Internal::Camera::BlackLevel>(settings);
+    parameters.colourMode =
+        static_cast<Reconstruction::Parameters::ColourMode>(internal<Internal::Camera::ColorMode>(settings));
     return parameters;
 }
 
 Driver::DriverConfiguration driverConfiguration(const Settings& settings) {
-    return {.measurementFile = value<Internal::Camera::MeasurementFile>(settings),
-            .group = value<Internal::Camera::Group>(settings)};
+    return {.measurementFile = internal<Internal::Camera::MeasurementFile>(settings),
+            .group = internal<Internal::Camera::Group>(settings)};
 }
 
 void validate(const Settings& settings) {
-    if (!value<Internal::Global::Validate>(settings))
+    if (!internal<Internal::Global::Validate>(settings))
         return;
-    requireOrder<Settings::Iris, Internal::Lens::MaxIris>(settings);
-    requireOrder<Internal::Measurement::MinZ, Internal::Measurement::MaxZ>(settings);
+    if (value<Settings::Iris>(settings) > internal<Internal::Lens::MaxIris>(settings))
+        refuseOrder<Settings::Iris, Internal::Lens::MaxIris>(settings);
+    if (internal<Internal::Measurement::MinZ>(settings) > internal<Internal::Measurement::MaxZ>(settings))
+        refuseOrder<Internal::Measurement::MinZ, Internal::Measurement::MaxZ>(settings);
 }
 
 } // namespace Vorta

@@ -108,8 +108,8 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
         calibrate(settings, info.temperatures);
     reconstructor_->reconstruct(images_, parameters, measurement.cloud);
     if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
-        Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_,
-                  images_.count(), wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
+        Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_, images_.count(),
+                  wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
     return measurement;
 }
 
@@ -118,8 +118,9 @@ Measurement MeasuringHead::measure(const Settings& settings) {
         validate(settings);
         checkTemperature(settings);
         if (recording_ && recording_->cloud)
-            return {.cloud = *recording_->cloud,
-                    .info = {.head = head_->identity(), .time = recording_->time, .temperatures = head_->temperatures()}};
+            return {
+                .cloud = *recording_->cloud,
+                .info = {.head = head_->identity(), .time = recording_->time, .temperatures = head_->temperatures()}};
         Measurement measurement = acquire(settings);
         if (recording_)
             measurement.info.time = recording_->time;

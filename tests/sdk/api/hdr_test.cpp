@@ -63,8 +63,9 @@ TEST(Hdr, RefusesWhatCannotBeCombined) {
 TEST(Hdr, SeesMoreThanEachOfItsCaptures) {
     // A checkerboard of nearly black and white that no single exposure does justice.
     const VirtualHeads heads({.serialNumber = "T-1",
-                              .scene = "objects:\n  - plane: {}\n    position: [0, 0, 700]\n    material: {albedo: 0.95, "
-                                       "texture: {kind: checker, size: 40, albedo: 0.012}}\n"});
+                              .scene =
+                                  "objects:\n  - plane: {}\n    position: [0, 0, 700]\n    material: {albedo: 0.95, "
+                                  "texture: {kind: checker, size: 40, albedo: 0.012}}\n"});
     Application application;
     application.getImpl().setCameraDriver(driverPath(), Settings{});
     Camera camera = application.cameras().at(0);

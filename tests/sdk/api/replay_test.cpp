@@ -15,9 +15,9 @@
 namespace Vorta {
 namespace {
 
+using Testing::driverPath;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
-using Testing::driverPath;
 using Testing::TemporaryFolder;
 using Testing::VirtualHeads;
 

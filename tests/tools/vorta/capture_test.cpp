@@ -142,7 +142,8 @@ TEST_F(Capture, CombinesIrisesToOneMeasurement) {
 }
 
 TEST_F(Capture, KeepsTheCapturesOfAnHdrMeasurementOnRequest) {
-    ASSERT_EQ(vorta({"capture", "--hdr", "10,25", file("a.vdf"), "--set", "Camera/SaveChildMeasurements=true"}).status, 0);
+    ASSERT_EQ(vorta({"capture", "--hdr", "10,25", file("a.vdf"), "--set", "Camera/SaveChildMeasurements=true"}).status,
+              0);
     const Frame frame(file("a.vdf"), ComputeDevice{});
     const std::vector<Frame> children = frame.getImpl().childFrames();
     ASSERT_EQ(children.size(), 2U);
@@ -164,8 +165,8 @@ TEST_F(Capture, KeepsTheRawImagesOnRequest) {
 
 TEST_F(Capture, WritesTheCalibrationThatItCanUseInstead) {
     ASSERT_EQ(vorta({"calibration", file("calib_data.yml")}).status, 0);
-    ASSERT_EQ(vorta({"capture", file("a.xyz"), "--set", "Measurement/CalibrationFile=" + file("calib_data.yml")}).status,
-              0);
+    ASSERT_EQ(
+        vorta({"capture", file("a.xyz"), "--set", "Measurement/CalibrationFile=" + file("calib_data.yml")}).status, 0);
     ASSERT_EQ(vorta({"capture", file("b.xyz")}).status, 0);
     EXPECT_EQ(readFile(file("a.xyz")), readFile(file("b.xyz")));
 }

@@ -108,9 +108,8 @@ TEST(Help, IsPrintedWithStatus0) {
         EXPECT_THAT(help.out, HasSubstr(command));
     const Result capture = vorta({"capture", "--help"});
     EXPECT_EQ(capture.status, 0);
-    for (const char* option :
-         {"--camera", "--exposure", "--iris", "--brightness", "--settings", "--set", "--unordered", "--truth",
-          "--hdr", "--save-images"})
+    for (const char* option : {"--camera", "--exposure", "--iris", "--brightness", "--settings", "--set", "--unordered",
+                               "--truth", "--hdr", "--save-images"})
         EXPECT_THAT(capture.out, HasSubstr(option));
     EXPECT_THAT(vorta({"--version"}).out, StartsWith("vorta 1."));
 }

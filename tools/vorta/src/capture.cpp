@@ -59,9 +59,9 @@ bool keepsChildren(const Settings& settings) {
 Frame measure(Camera& camera, const std::vector<Settings>& captures, Progress& progress) {
     std::vector<Frame> frames;
     for (const Settings& settings : captures) {
-        const std::string count =
-            captures.size() > 1 ? " (" + std::to_string(frames.size() + 1) + " of " + std::to_string(captures.size()) + ")"
-                                : "";
+        const std::string count = captures.size() > 1 ? " (" + std::to_string(frames.size() + 1) + " of " +
+                                                            std::to_string(captures.size()) + ")"
+                                                      : "";
         progress.show("Capturing with " + camera.modelName() + " " + camera.serialNumber().toString() + count);
         camera.setSettings(settings);
         frames.push_back(camera.capture());

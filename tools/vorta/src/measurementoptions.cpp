@@ -27,9 +27,7 @@ void MeasurementOptions::addTo(CLI::App& command) {
     command.add_option("--iris", iris_, "Opening of the lens in steps.");
     command.add_option("--brightness", brightness_, "Brightness of the projector, 0 to 1.");
     command.add_option("--settings", settingsFile_, "Settings file to begin with.");
-    command
-        .add_option("--set", assignments_,
-                    "PATH=VALUE: one setting, for instance Camera/Gain=2; may be repeated.")
+    command.add_option("--set", assignments_, "PATH=VALUE: one setting, for instance Camera/Gain=2; may be repeated.")
         ->allow_extra_args(false);
 }
 

@@ -50,8 +50,9 @@ public:
 
     [[nodiscard]] CameraState state() const noexcept;
 
-    /// Writes the calibration that a capture with the present settings uses to a calibration file. Throws LogicException
-    /// when not connected, RuntimeException when there is no calibration, IOException when the file cannot be written.
+    /// Writes the calibration that a capture with the present settings uses to a calibration file. Throws
+    /// LogicException when not connected, RuntimeException when there is no calibration, IOException when the file
+    /// cannot be written.
     void saveCalibration(const std::string& path) const;
 
     /// What was really there in the latest capture; only virtual heads know. Empty when not connected.
