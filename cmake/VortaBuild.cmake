@@ -34,6 +34,12 @@ if(VORTA_SANITIZE)
   # The sanitizers' own instrumentation makes these two fire on correct code.
   target_compile_options(vorta_build INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
 endif()
+if(VORTA_SANITIZE MATCHES "address")
+  target_sources(vorta_build INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${CMAKE_CURRENT_LIST_DIR}/keepmodules.cpp>)
+  target_link_options(vorta_build INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:LINKER:--export-dynamic-symbol=dlclose>)
+endif()
 
 # Qt as we use it: no implicit text conversions, nothing deprecated.
 add_library(vorta_qt INTERFACE)

@@ -57,7 +57,7 @@ TEST_F(Capture, WritesEveryFormat) {
 }
 
 TEST_F(Capture, PointCloudsOpenInOtherTools) {
-    ASSERT_EQ(vorta({"capture", file("a.ply"), file("a.pcd")}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("a.ply"), file("a.pcd")}));
     const Result toPly = runProgram("pcl_pcd2ply", {"-format", "0", file("a.pcd"), file("fromPcd.ply")});
     EXPECT_EQ(toPly.status, 0) << toPly.err;
     EXPECT_EQ(vertices(readFile(file("fromPcd.ply"))), points);
@@ -70,8 +70,8 @@ TEST_F(Capture, PointCloudsOpenInOtherTools) {
 }
 
 TEST_F(Capture, TheColourImageHasTheCloudsColours) {
-    ASSERT_EQ(vorta({"capture", file("a.png"), file("a.vdf"), "--set", "RedBalance=0.5", "--exposure", "3000"}).status,
-              0);
+    ASSERT_TRUE(
+        vortaSucceeds({"capture", file("a.png"), file("a.vdf"), "--set", "RedBalance=0.5", "--exposure", "3000"}));
     const Result pixel = runProgram("convert", {file("a.png"), "-crop", "1x1+121+75", "-depth", "8", "txt:-"});
     const PointCloud cloud = Frame(file("a.vdf"), ComputeDevice{}).getPointCloud();
     const Point& point = cloud(75, 121);
@@ -81,7 +81,7 @@ TEST_F(Capture, TheColourImageHasTheCloudsColours) {
 }
 
 TEST_F(Capture, EndingsMayBeUpperCase) {
-    EXPECT_EQ(vorta({"capture", file("A.PLY"), file("B.Vdf"), file("C.PNG")}).status, 0);
+    EXPECT_TRUE(vortaSucceeds({"capture", file("A.PLY"), file("B.Vdf"), file("C.PNG")}));
     EXPECT_THAT(readFile(file("A.PLY")), StartsWith("ply\n"));
     EXPECT_THAT(ncdumpHeader(file("B.Vdf")), HasSubstr("row = 150 ;"));
     EXPECT_THAT(readFile(file("C.PNG")), StartsWith("\x89PNG"));
@@ -91,7 +91,7 @@ TEST_F(Capture, UnorderedPlyLeavesInvalidPointsOut) {
     // Half of the small scene is out of reach of the projector: behind the plane there is nothing.
     heads.plug(
         {.serialNumber = "T-1", .scene = "objects:\n  - box: {size: [200, 200, 50]}\n    position: [0, 0, 700]\n"});
-    ASSERT_EQ(vorta({"capture", file("a.ply"), file("a.vdf"), "--unordered"}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("a.ply"), file("a.vdf"), "--unordered"}));
     const PointCloud cloud = Frame(file("a.vdf"), ComputeDevice{}).getPointCloud();
     const auto valid = static_cast<std::size_t>(std::ranges::count_if(cloud.points(), &Point::isValid));
     ASSERT_GT(valid, 100U);
@@ -100,7 +100,7 @@ TEST_F(Capture, UnorderedPlyLeavesInvalidPointsOut) {
 }
 
 TEST_F(Capture, WritesTheTruthOfTheSameScene) {
-    ASSERT_EQ(vorta({"capture", file("a.vdf"), "--truth", file("truth.nc")}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("a.vdf"), "--truth", file("truth.nc")}));
     const std::string header = ncdumpHeader(file("truth.nc"));
     for (const char* line : {"row = 150 ;", "column = 243 ;", "float z_true(row, column) ;", "z_true:units = \"mm\" ;",
                              "ubyte visible(row, column) ;"})
@@ -119,16 +119,14 @@ TEST_F(Capture, SettingsComeFromFileThenPathsThenOptions) {
     settings.set("Camera/Gain", "2");
     settings.set("Brightness", "0.25");
     settings.save(file("a.yml"));
-    ASSERT_EQ(vorta({"capture", "--settings", file("a.yml"), "--set", "Camera/Gain=1.5", "--set", "Brightness=0.5",
-                     "--brightness", "0.75", "--iris", "12", file("a.vdf")})
-                  .status,
-              0);
+    ASSERT_TRUE(vortaSucceeds({"capture", "--settings", file("a.yml"), "--set", "Camera/Gain=1.5", "--set",
+                               "Brightness=0.5", "--brightness", "0.75", "--iris", "12", file("a.vdf")}));
     const std::string header = ncdumpHeader(file("a.vdf"));
     EXPECT_THAT(header, HasSubstr(":ExposureTime = \"4321\" ;"));
     EXPECT_THAT(header, HasSubstr(":Iris = \"12\" ;"));
     EXPECT_THAT(header, HasSubstr(":Brightness = \"0.75\" ;"));
     EXPECT_THAT(header, HasSubstr(":Gain = \"1.5\" ;"));
-    ASSERT_EQ(vorta({"capture", file("b.vdf"), "--exposure", "2500"}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("b.vdf"), "--exposure", "2500"}));
     EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr(":ExposureTime = \"2500\" ;"));
 }
 
@@ -180,9 +178,9 @@ TEST_F(Capture, SpeaksOfItsStepsOnRequest) {
 
 TEST_F(Capture, ChoosesTheCamera) {
     heads.plug({.serialNumber = "T-0"});
-    ASSERT_EQ(vorta({"capture", file("first.vdf")}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("first.vdf")}));
     EXPECT_THAT(ncdumpHeader(file("first.vdf")), HasSubstr(":camera_serial_number = \"T-0\" ;"));
-    ASSERT_EQ(vorta({"capture", file("chosen.vdf"), "--camera", "T-1"}).status, 0);
+    ASSERT_TRUE(vortaSucceeds({"capture", file("chosen.vdf"), "--camera", "T-1"}));
     EXPECT_THAT(ncdumpHeader(file("chosen.vdf")), HasSubstr(":camera_serial_number = \"T-1\" ;"));
 }
 
