@@ -9,7 +9,7 @@
 #include <functional>
 #include <numbers>
 #include <optional>
-#include <span>
+#include <utility>
 
 namespace Vorta::Reconstruction {
 
@@ -61,7 +61,9 @@ Box areaOf(const Driver::PinholeModel& projector) {
 class ProjectedRay {
 public:
     ProjectedRay(const Driver::Calibration& calibration, double a, double b)
-        : projector_(calibration.projector), t_(calibration.translationMm) {
+        : projector_(calibration.projector),
+          t_(calibration.translationMm),
+          columnScale_(2.0 / static_cast<double>(projector_.width)) {
         const auto& r = calibration.rotation;
         for (std::size_t i = 0; i < 3; ++i)
             d_[i] = r[3 * i] * a + r[3 * i + 1] * b + r[3 * i + 2];
@@ -94,19 +96,24 @@ public:
         return (across * d_[2] - d_[0]) / (t_[0] - across * t_[2]);
     }
 
-    /// The column that shows the point, -1 at the left edge of the projector's area and 1 at the right.
+    /// The column that shows the point, -1 at the left edge of the projector's area and 1 at the right. Half of
+    /// `project`, which sees every pixel several times here.
     [[nodiscard]] double column(double inverseDepth) const {
+        const Driver::PinholeModel& m = projector_;
         const double scale = 1.0 / (d_[2] + inverseDepth * t_[2]);
-        const double u = project(projector_, {.x = (d_[0] + inverseDepth * t_[0]) * scale,
-                                              .y = (d_[1] + inverseDepth * t_[1]) * scale})
-                             .x;
-        return 2.0 * (u + 0.5) / static_cast<double>(projector_.width) - 1.0;
+        const double x = (d_[0] + inverseDepth * t_[0]) * scale;
+        const double y = (d_[1] + inverseDepth * t_[1]) * scale;
+        const double r2 = x * x + y * y;
+        const double radial = 1.0 + r2 * (m.k1 + r2 * (m.k2 + r2 * m.k3));
+        const double u = m.fx * (x * radial + 2.0 * m.p1 * x * y + m.p2 * (r2 + 2.0 * x * x)) + m.cx;
+        return (u + 0.5) * columnScale_ - 1.0;
     }
 
 private:
     const Driver::PinholeModel& projector_;
     const std::array<double, 3>& t_;
     std::array<double, 3> d_{};
+    double columnScale_;
 };
 
 double evaluate(const Polynomial& polynomial, std::size_t terms, double t) {
@@ -117,10 +124,10 @@ double evaluate(const Polynomial& polynomial, std::size_t terms, double t) {
 }
 
 /// Interpolates the inverse depth over the column, by Newton's divided differences.
-Polynomial interpolate(const ProjectedRay& ray, Interval range, std::span<const double> nodes) {
-    const std::size_t terms = nodes.size();
-    std::array<double, maxTerms> t{};
-    std::array<double, maxTerms> difference{};
+template <std::size_t terms>
+Polynomial interpolate(const ProjectedRay& ray, Interval range, const double* nodes) {
+    std::array<double, terms> t{};
+    std::array<double, terms> difference{};
     const double first = ray.across(range.first);
     const double last = ray.across(range.last);
     for (std::size_t k = 0; k < terms; ++k) {
@@ -140,6 +147,17 @@ Polynomial interpolate(const ProjectedRay& ray, Interval range, std::span<const 
     return polynomial;
 }
 
+using Interpolation = Polynomial (*)(const ProjectedRay&, Interval, const double* nodes);
+
+/// By the number of terms, known when compiled so that the loops run unrolled.
+Interpolation interpolationOf(std::size_t terms) {
+    static constexpr auto all = []<std::size_t... more>(std::index_sequence<more...>) {
+        return std::array{&interpolate<minTerms + more>...};
+    }
+    (std::make_index_sequence<maxTerms - minTerms + 1>{});
+    return all[terms - minTerms];
+}
+
 std::vector<double> chebyshevNodes(std::size_t count) {
     std::vector<double> nodes(count);
     for (std::size_t k = 0; k < count; ++k)
@@ -155,13 +173,13 @@ struct Task {
 };
 
 /// Largest deviation in mm at the reference distance of this pixel's polynomial.
-double deviation(const Task& task, double a, double b, std::span<const double> nodes) {
+double deviation(const Task& task, double a, double b, const std::vector<double>& nodes) {
     constexpr std::size_t samples = 40;
     const ProjectedRay ray(task.calibration, a, b);
     const std::optional<Interval> range = ray.clip(task.range, task.box);
     if (!range)
         return 0.0;
-    const Polynomial polynomial = interpolate(ray, *range, nodes);
+    const Polynomial polynomial = interpolationOf(nodes.size())(ray, *range, nodes.data());
     double largest = 0.0;
     for (std::size_t i = 0; i <= samples; ++i) {
         const double s = std::lerp(range->first, range->last, static_cast<double>(i) / static_cast<double>(samples));
@@ -209,12 +227,13 @@ DepthPolynomials::DepthPolynomials(const Driver::Calibration& calibration, const
               .nearMm = static_cast<float>(nearMm),
               .farMm = static_cast<float>(farMm),
               .residual = static_cast<float>(acceptedReprojectionPx / calibration.projector.fx)};
+    const Interpolation interpolate = interpolationOf(terms);
     const auto work = [&](std::size_t row, std::size_t /*thread*/) {
         for (std::size_t pixel = row * width_; pixel < (row + 1) * width_; ++pixel) {
             const ProjectedRay ray(calibration, static_cast<double>(rayX[pixel]), static_cast<double>(rayY[pixel]));
             const std::optional<Interval> range = ray.clip(task.range, task.box);
-            const Polynomial polynomial =
-                range ? interpolate(ray, *range, nodes) : Polynomial{-1.0}; // behind the camera, hence no point
+            // Behind the camera, and hence no point, where there is nothing to interpolate.
+            const Polynomial polynomial = range ? interpolate(ray, *range, nodes.data()) : Polynomial{-1.0};
             for (std::size_t k = 0; k < terms; ++k)
                 coefficients_[k][pixel] = static_cast<float>(polynomial[k]);
         }
