@@ -1,8 +1,9 @@
 #include "vorta/api/groundtruth.h"
 
 #include "netcdffile.h"
-#include "replacingfile.h"
 #include "vdf.h"
+
+#include "vorta/common/replacingfile.h"
 
 #include <array>
 #include <limits>

@@ -1,8 +1,7 @@
 #include "vorta/api/settingstext.h"
 
-#include "replacingfile.h"
-
 #include "vorta/common/exceptions.h"
+#include "vorta/common/replacingfile.h"
 
 #include <filesystem>
 #include <fstream>

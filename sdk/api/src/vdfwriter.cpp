@@ -1,9 +1,9 @@
 #include "vdf.h"
 
 #include "netcdffile.h"
-#include "replacingfile.h"
 
 #include "vorta/api/settingstext.h"
+#include "vorta/common/replacingfile.h"
 
 #include <map>
 #include <string>

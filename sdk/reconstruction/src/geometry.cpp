@@ -1,5 +1,6 @@
 #include "geometry.h"
 
+#include "defect.h"
 #include "epipolar.h"
 
 #include "vorta/common/exceptions.h"
@@ -9,6 +10,8 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <optional>
+#include <string_view>
 
 namespace Vorta::Reconstruction {
 
@@ -18,15 +21,35 @@ constexpr int maxRefinements = 12;
 constexpr double acceptedErrorPx = 1e-3;
 constexpr double requiredErrorPx = 1e-4; // leaves room for single precision
 
-void check(const Driver::PinholeModel& model, const char* name) {
+std::optional<Defect> findDefect(const Driver::PinholeModel& model, std::string_view name) {
     if (model.width == 0 || model.height == 0)
-        throw ArgumentInvalidException("The calibration has a device without pixels.", name);
+        return Defect{.member = name, .words = "The calibration has a device without pixels."};
+    if (model.width > maxSidePixels || model.height > maxSidePixels)
+        return Defect{.member = name, .words = "The calibration has a device of more than 65535 pixels a side."};
     const std::array lens{model.fx, model.fy, model.cx, model.cy, model.k1, model.k2, model.p1, model.p2, model.k3};
     if (!std::ranges::all_of(lens, [](double value) { return std::isfinite(value); }))
-        throw ArgumentInvalidException("The calibration has a lens value that is no number.", name);
+        return Defect{.member = name, .words = "The calibration has a lens value that is no number."};
     if (model.fx <= 0.0 || model.fy <= 0.0)
-        throw ArgumentInvalidException("The calibration has a focal length that is not positive.", name);
+        return Defect{.member = name, .words = "The calibration has a focal length that is not positive."};
+    return {};
 }
+
+std::optional<Defect> findUnusableValue(const Driver::Calibration& calibration) {
+    const auto finite = [](double value) { return std::isfinite(value); };
+    if (const std::optional<Defect> defect = findDefect(calibration.camera, "camera"))
+        return defect;
+    if (const std::optional<Defect> defect = findDefect(calibration.projector, "projector"))
+        return defect;
+    if (!std::ranges::all_of(calibration.rotation, finite))
+        return Defect{.member = "rotation", .words = "The calibration has a rotation that is no number."};
+    if (!std::ranges::all_of(calibration.translationMm, finite) || calibration.translationMm[0] == 0.0)
+        return Defect{.member = "translationMm",
+                      .words = "The calibration has no baseline across the projector's columns."};
+    return {};
+}
+
+constexpr Defect noInverse{.member = "projector",
+                           .words = "The projector's lens model cannot be inverted over its area."};
 
 template <typename T>
 ColumnGeometry<T> makeGeometry(const Driver::Calibration& calibration, int refinements) {
@@ -83,29 +106,33 @@ bool converges(const Driver::Calibration& calibration, int refinements) {
     return true;
 }
 
-} // namespace
-
-ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration) {
-    check(calibration.camera, "camera");
-    check(calibration.projector, "projector");
-    const auto finite = [](double value) { return std::isfinite(value); };
-    if (!std::ranges::all_of(calibration.rotation, finite))
-        throw ArgumentInvalidException("The calibration has a rotation that is no number.", "rotation");
-    if (!std::ranges::all_of(calibration.translationMm, finite) || calibration.translationMm[0] == 0.0)
-        throw ArgumentInvalidException("The calibration has no baseline across the projector's columns.",
-                                       "translationMm");
+/// The least number that makes the search converge; empty when none does.
+std::optional<int> findRefinements(const Driver::Calibration& calibration) {
     for (int refinements = 0; refinements <= maxRefinements; ++refinements)
         if (converges(calibration, refinements))
-            return makeGeometry<float>(calibration, refinements);
-    throw ArgumentInvalidException("The projector's lens model cannot be inverted over its area.", "projector");
+            return refinements;
+    return {};
 }
 
-void rayRow(const Driver::PinholeModel& camera, std::size_t row, float* x, float* y) {
-    for (std::size_t column = 0; column < camera.width; ++column) {
-        const ImagePoint ray = unproject(camera, {.x = static_cast<double>(column), .y = static_cast<double>(row)});
-        x[column] = static_cast<float>(ray.x);
-        y[column] = static_cast<float>(ray.y);
-    }
+[[noreturn]] void refuse(const Defect& defect) {
+    throw ArgumentInvalidException(defect.words, defect.member);
+}
+
+} // namespace
+
+std::optional<Defect> findDefect(const Driver::Calibration& geometry) {
+    if (const std::optional<Defect> defect = findUnusableValue(geometry))
+        return defect;
+    return findRefinements(geometry) ? std::nullopt : std::optional(noInverse);
+}
+
+ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration) {
+    if (const std::optional<Defect> defect = findUnusableValue(calibration))
+        refuse(*defect);
+    const std::optional<int> refinements = findRefinements(calibration);
+    if (!refinements)
+        refuse(noInverse);
+    return makeGeometry<float>(calibration, *refinements);
 }
 
 } // namespace Vorta::Reconstruction

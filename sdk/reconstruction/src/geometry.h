@@ -2,8 +2,6 @@
 
 #include "vorta/driver/calibration.h"
 
-#include <cstddef>
-
 namespace Vorta::Reconstruction {
 
 /// What triangulating against projector columns needs of a calibration, in the arithmetic T of the pixel loops.
@@ -47,8 +45,5 @@ inline constexpr double maxDepthMm = 1.0e6;
 
 /// The geometry of a calibration. Throws ArgumentInvalidException as the Reconstructor's constructor does.
 [[nodiscard]] ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration);
-
-/// Fills one row of camera rays, `x` and `y` of the directions (x, y, 1) at the pixels of row `row`.
-void rayRow(const Driver::PinholeModel& camera, std::size_t row, float* x, float* y);
 
 } // namespace Vorta::Reconstruction

@@ -1,8 +1,9 @@
 #include "vorta/reconstruction/reconstructor.h"
 
-#include "geometry.h"
+#include "defect.h"
 #include "kernels.h"
 #include "patchfilter.h"
+#include "triangulator.h"
 #include "workerpool.h"
 
 #include "vorta/common/exceptions.h"
@@ -63,7 +64,7 @@ void check(const Parameters& parameters) {
     checkRange(parameters.blackLevel, 0.0, 255.0, "blackLevel");
 }
 
-void check(const SequenceLayout& layout, const Driver::Calibration& calibration) {
+void check(const SequenceLayout& layout, const Driver::HeadDimensions& dimensions) {
     if (layout.lattice != Driver::Lattice::Plain)
         throw ArgumentInvalidException("Patterns for this mirror lattice cannot be decoded.", "layout");
     if (layout.axes.size() != 1 || layout.axes.front().axis != Driver::Axis::Columns)
@@ -74,9 +75,24 @@ void check(const SequenceLayout& layout, const Driver::Calibration& calibration)
                           axis.firstBit + 2 * axis.bitCount <= layout.imageCount;
     if (!complete)
         throw ArgumentInvalidException("The sequence's images do not make a code.", "layout");
-    if (axis.lineCount != calibration.projector.width)
+    if (axis.lineCount != dimensions.projectorWidth)
         throw ArgumentInvalidException("The sequence is made for another projector width.", "layout",
                                        std::to_string(axis.lineCount));
+}
+
+void check(const Driver::HeadDimensions& dimensions) {
+    for (const std::size_t side :
+         {dimensions.sensorWidth, dimensions.sensorHeight, dimensions.projectorWidth, dimensions.projectorHeight})
+        if (side == 0 || side > maxSidePixels)
+            throw ArgumentInvalidException("The head's sides must have 1 to 65535 pixels.", "dimensions",
+                                           std::to_string(side));
+}
+
+Driver::HeadDimensions dimensionsOf(const Driver::Calibration& calibration) {
+    return {.sensorWidth = calibration.camera.width,
+            .sensorHeight = calibration.camera.height,
+            .projectorWidth = calibration.projector.width,
+            .projectorHeight = calibration.projector.height};
 }
 
 /// Row buffers of one thread.
@@ -120,6 +136,7 @@ struct Frame {
     const Driver::ImageStack& images;
     const Parameters& parameters;
     PointCloud& cloud;
+    bool rejectOutliers;
 };
 
 } // namespace
@@ -130,9 +147,10 @@ struct Reconstructor::State {
           mosaic(mosaicOf(options.bayerLayout)),
           pool(options.threads),
           kernels(options.arithmetic == ReconstructorOptions::Arithmetic::Reference ? Kernels::reference()
-                                                                                    : Kernels::vectorised()) {}
+                                                                                    : Kernels::vectorised()),
+          triangulator(options) {}
 
-    void setCalibration(const Driver::Calibration& calibration);
+    void resize(std::size_t newHeight, std::size_t newWidth);
     [[nodiscard]] std::size_t blockCount() const noexcept { return (height + blockRows - 1) / blockRows; }
     void computeBlock(const Frame& frame, std::size_t block, Scratch& buffers);
     void findPatches(const Frame& frame, std::size_t row, bool joinAbove);
@@ -147,31 +165,18 @@ struct Reconstructor::State {
     const Kernels::Set& kernels;
     std::size_t height = 0;
     std::size_t width = 0;
-    ColumnGeometry<float> geometry;
-    std::vector<float> rayX, rayY; // one per camera pixel
-    std::vector<Scratch> scratch;  // one per thread
+    Triangulator triangulator;
+    std::vector<Scratch> scratch; // one per thread
     PatchFilter patches{0, 0};
 };
 
-void Reconstructor::State::setCalibration(const Driver::Calibration& calibration) {
-    const ColumnGeometry<float> newGeometry = columnGeometry(calibration);
-    check(layout, calibration);
-    const Driver::PinholeModel& camera = calibration.camera;
-    std::vector<float> newRayX(camera.height * camera.width);
-    std::vector<float> newRayY(camera.height * camera.width);
-    std::vector<Scratch> newScratch(pool.size(), Scratch(camera.width));
-    PatchFilter newPatches(camera.height, camera.width);
-    const auto work = [&](std::size_t row, std::size_t /*thread*/) {
-        rayRow(camera, row, &newRayX[row * camera.width], &newRayY[row * camera.width]);
-    };
-    pool.forEachBlock(camera.height, std::cref(work));
-    geometry = newGeometry;
-    height = camera.height;
-    width = camera.width;
-    rayX = std::move(newRayX);
-    rayY = std::move(newRayY);
-    scratch = std::move(newScratch);
-    patches = std::move(newPatches);
+void Reconstructor::State::resize(std::size_t newHeight, std::size_t newWidth) {
+    if (newHeight == height && newWidth == width)
+        return;
+    scratch.assign(pool.size(), Scratch(newWidth));
+    patches = PatchFilter(newHeight, newWidth);
+    height = newHeight;
+    width = newWidth;
 }
 
 Kernels::CodedRow Reconstructor::State::codedRow(const Frame& frame, std::size_t row) const {
@@ -233,11 +238,13 @@ void Reconstructor::State::computeBlock(const Frame& frame, std::size_t block, S
         if (row + 1 < height)
             whiteRow(frame, row + 1, buffers);
         kernels.decode(codedRow(frame, row), decoded, 0, width);
-        kernels.triangulate(geometry, {.x = &rayX[row * width], .y = &rayY[row * width]}, decoded, coordinates, 0,
-                            width);
+        if (frame.parameters.applyCalibration)
+            triangulator.computeRow(row, decoded, coordinates);
+        else
+            rawRow(layout.axes.front().lineCount, width, decoded, coordinates);
         colourRow(row, buffers);
         kernels.pack(coordinates, decoded.modulation, buffers.bgra.data(), frame.cloud.row(row).data(), 0, width);
-        if (frame.parameters.rejectOutliers)
+        if (frame.rejectOutliers)
             findPatches(frame, row, row > first);
     }
 }
@@ -266,7 +273,15 @@ void Reconstructor::State::removeOutliers(const Frame& frame) {
 Reconstructor::Reconstructor(const Driver::Calibration& calibration, SequenceLayout layout,
                              const ReconstructorOptions& options)
     : state_(std::make_unique<State>(std::move(layout), options)) {
-    state_->setCalibration(calibration);
+    setCalibration(calibration);
+}
+
+Reconstructor::Reconstructor(const Driver::HeadDimensions& dimensions, SequenceLayout layout,
+                             const ReconstructorOptions& options)
+    : state_(std::make_unique<State>(std::move(layout), options)) {
+    check(dimensions);
+    check(state_->layout, dimensions);
+    state_->resize(dimensions.sensorHeight, dimensions.sensorWidth);
 }
 
 Reconstructor::~Reconstructor() = default;
@@ -276,26 +291,36 @@ const SequenceLayout& Reconstructor::layout() const noexcept {
 }
 
 void Reconstructor::setCalibration(const Driver::Calibration& calibration) {
-    state_->setCalibration(calibration);
+    check(dimensionsOf(calibration));
+    check(state_->layout, dimensionsOf(calibration));
+    state_->triangulator.setCalibration(calibration, state_->pool);
+    state_->resize(calibration.camera.height, calibration.camera.width);
 }
 
 void Reconstructor::reconstruct(const Driver::ImageStack& images, const Parameters& parameters, PointCloud& out) {
     State& state = *state_;
     check(parameters);
+    if (parameters.applyCalibration && !state.triangulator.isCalibrated())
+        throw LogicException("The head has no calibration, so that its images cannot become points. Name a calibration "
+                             "file (Measurement/CalibrationFile), or switch Measurement/ApplyCalibration off to get "
+                             "raw projector coordinates.");
     if (images.count() != state.layout.imageCount)
         throw ArgumentInvalidException("The capture has another number of images than its sequence.", "images",
                                        std::to_string(images.count()));
     if (images.height() != state.height || images.width() != state.width)
-        throw ArgumentInvalidException("The images are not of the calibrated size.", "images",
+        throw ArgumentInvalidException("The images are not of the head's size.", "images",
                                        std::to_string(images.width()) + " x " + std::to_string(images.height()));
     if (out.height() != state.height || out.width() != state.width)
         out = PointCloud::uninitialized(state.height, state.width);
-    const Frame frame{.images = images, .parameters = parameters, .cloud = out};
+    const Frame frame{.images = images,
+                      .parameters = parameters,
+                      .cloud = out,
+                      .rejectOutliers = parameters.rejectOutliers && parameters.applyCalibration};
     const auto work = [&](std::size_t block, std::size_t thread) {
         state.computeBlock(frame, block, state.scratch[thread]);
     };
     state.pool.forEachBlock(state.blockCount(), std::cref(work));
-    if (parameters.rejectOutliers)
+    if (frame.rejectOutliers)
         state.removeOutliers(frame);
 }
 

@@ -2,6 +2,7 @@
 
 #include "geometry.h"
 #include "kernels.h"
+#include "rays.h"
 
 #include "vorta/common/exceptions.h"
 
@@ -156,7 +157,7 @@ TEST(Triangulate, StrongerLensesTakeMoreRefinements) {
 TEST(Triangulate, RayRowsHoldThePixelDirections) {
     const Driver::PinholeModel camera = Simulation::smallHead(true).camera;
     std::vector<float> x(243), y(243);
-    Reconstruction::rayRow(camera, 149, x.data(), y.data());
+    Reconstruction::CameraRays(camera).row(149, x.data(), y.data());
     for (const std::size_t column : {0U, 121U, 242U}) {
         const std::array<double, 3> expected = Simulation::ray(camera, static_cast<double>(column), 149.0);
         EXPECT_NEAR(x[column], expected[0], 1e-7);

@@ -1,7 +1,7 @@
 #include "vorta/virtual/headfile.h"
 
 #include "vorta/virtual/vec3.h"
-#include "vorta/virtual/yamlmap.h"
+#include "vorta/yaml/yamlmap.h"
 
 #include <algorithm>
 #include <array>

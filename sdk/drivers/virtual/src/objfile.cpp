@@ -1,7 +1,7 @@
 #include "vorta/virtual/objfile.h"
 
 #include "vorta/common/exceptions.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
 
 #include <algorithm>
 #include <charconv>

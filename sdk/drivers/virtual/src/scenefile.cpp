@@ -1,7 +1,7 @@
 #include "vorta/virtual/objfile.h"
 #include "vorta/virtual/scene.h"
-#include "vorta/virtual/yamlmap.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
+#include "vorta/yaml/yamlmap.h"
 
 #include <map>
 #include <string>
@@ -21,8 +21,13 @@ Colour readColour(const YamlMap& yaml, std::string_view key, Colour fallback, Li
     return {v[0], v[1], v[2]};
 }
 
+Vec3 readVector(const YamlMap& yaml, std::string_view key, Vec3 fallback) {
+    const std::vector<double> v = yaml.numbers(key, {fallback.x, fallback.y, fallback.z});
+    return {v[0], v[1], v[2]};
+}
+
 Pose readPose(const YamlMap& yaml) {
-    return {yaml.vector("position", {}), Rotation::fromDegrees(yaml.vector("rotation", {}))};
+    return {readVector(yaml, "position", {}), Rotation::fromDegrees(readVector(yaml, "rotation", {}))};
 }
 
 Texture readTexture(const YamlMap& yaml) {
@@ -140,7 +145,7 @@ void readAmbient(const YamlMap& yaml, Scene& scene) {
     scene.ambientLevel = yaml.number("level", scene.ambientLevel, brightness);
     scene.ambientColour = readColour(yaml, "colour", scene.ambientColour, brightness);
     if (yaml.has("from")) {
-        const Vec3 from = yaml.vector("from", {});
+        const Vec3 from = readVector(yaml, "from", {});
         if (length(from) == 0.0)
             yaml.fail("from", "'from' must be a direction other than 0.");
         scene.ambientDirection = normalized(from);

@@ -3,7 +3,7 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 #include "vorta/virtual/virtualhead.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "vorta/virtual/virtualhead.h"
 
 #include "vorta/common/exceptions.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
 
 #include <string>
 #include <system_error>

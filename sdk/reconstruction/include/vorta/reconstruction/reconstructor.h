@@ -20,6 +20,14 @@ struct ReconstructorOptions {
     /// The vector code and the plain C++ beside it give the same bytes; the latter is there to check the former.
     enum class Arithmetic : std::uint8_t { Vectorised, Reference };
     Arithmetic arithmetic = Arithmetic::Vectorised;
+
+    /// How a projector column becomes a depth: by meeting the pixel's ray with the column, or by a polynomial of the
+    /// column that each pixel gets with the calibration, which deviates from that by less than 1 micrometre at 700 mm
+    /// (at z, by (z / 700 mm)^2 times as much) and holds between `nearMm` and `farMm`: points outside are invalid.
+    enum class Method : std::uint8_t { Triangulation, Polynomial };
+    Method method = Method::Triangulation;
+    double nearMm = 200.0;  ///< for the polynomial, above 0
+    double farMm = 3'000.0; ///< for the polynomial, above `nearMm` and at most 1e6
 };
 
 /// What may change with every capture.
@@ -33,6 +41,10 @@ struct Parameters {
     double redBalance = 1.0;            ///< gain of the red channel, 0 to 100
     double blueBalance = 1.0;           ///< gain of the blue channel, 0 to 100
     double blackLevel = 0.0;            ///< grey level of an unlit pixel, 0 to 255; subtracted from the colour
+    /// Whether columns become points. Otherwise the cloud holds raw projector coordinates in pixels, the centre of the
+    /// top left one being (0, 0): x = column, y = row (0, as rows are not measured) and z = 1, NaN where nothing was
+    /// decoded. Outliers stay then: neighbours that do not belong together are known by their depths alone.
+    bool applyCalibration = true;
 };
 
 /// Turns the raw images of one capture into an organised point cloud.
@@ -59,10 +71,16 @@ struct Parameters {
 /// given size nothing is allocated.
 class Reconstructor {
 public:
-    /// Throws ArgumentInvalidException when the calibration has no pixels, no finite positive focal lengths or no
-    /// baseline across the measured lines, when the projector's lens model cannot be inverted over its area, or when
-    /// the layout does not measure the columns of this projector.
+    /// Throws ArgumentInvalidException when the calibration has no pixels or more than 65535 a side, no finite positive
+    /// focal lengths or no baseline across the measured lines, when the projector's lens model cannot be inverted over
+    /// its area, or when the layout does not measure the columns of this projector; for the polynomial method also when
+    /// the lenses are too strong for it, and ArgumentOutOfRangeException when its range of depths is none.
     Reconstructor(const Driver::Calibration& calibration, SequenceLayout layout,
+                  const ReconstructorOptions& options = {});
+    /// For a head without calibration: it delivers raw projector coordinates until `setCalibration`. Throws
+    /// ArgumentInvalidException when a size is 0 or above 65535, or the layout does not measure the columns of this
+    /// projector.
+    Reconstructor(const Driver::HeadDimensions& dimensions, SequenceLayout layout,
                   const ReconstructorOptions& options = {});
     Reconstructor(const Reconstructor&) = delete;
     Reconstructor& operator=(const Reconstructor&) = delete;
@@ -70,14 +88,14 @@ public:
 
     [[nodiscard]] const SequenceLayout& layout() const noexcept;
 
-    /// Takes another calibration of the head, for instance after a change of temperature. Throws as the constructor
-    /// does, and then keeps the earlier one.
+    /// Takes another calibration of the head, for instance after a change of temperature; the one that it has already
+    /// costs nothing. Throws as the constructor does, and then keeps the earlier one.
     void setCalibration(const Driver::Calibration& calibration);
 
     /// Computes one point per camera pixel. `out` is written in place when it has the camera's size already (and is
     /// then seen by every handle that shares it), otherwise replaced by a new grid. Throws ArgumentInvalidException
-    /// when the images do not have the layout's count or the camera's size, and ArgumentOutOfRangeException for a
-    /// parameter outside its range.
+    /// when the images do not have the layout's count or the camera's size, ArgumentOutOfRangeException for a parameter
+    /// outside its range, and LogicException when a calibration is to be applied and there is none.
     void reconstruct(const Driver::ImageStack& images, const Parameters& parameters, PointCloud& out);
 
 private:

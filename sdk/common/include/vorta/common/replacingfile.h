@@ -1,12 +1,14 @@
 #pragma once
 
+#include "vorta/common/export.h"
+
 #include <filesystem>
 
 namespace Vorta {
 
 /// A file that takes the place of another once it is complete: written under a name of its own in the same folder and
 /// renamed by `commit`. Without `commit` the destructor removes it and the earlier file stays as it was.
-class ReplacingFile {
+class VORTA_COMMON_EXPORT ReplacingFile {
 public:
     /// Creates the file under its temporary name, empty. Throws IOException when that cannot be done and when `target`
     /// exists and is no regular file.

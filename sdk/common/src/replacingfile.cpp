@@ -1,4 +1,4 @@
-#include "replacingfile.h"
+#include "vorta/common/replacingfile.h"
 
 #include "vorta/common/exceptions.h"
 

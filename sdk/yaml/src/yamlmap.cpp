@@ -1,15 +1,18 @@
-#include "vorta/virtual/yamlmap.h"
+#include "vorta/yaml/yamlmap.h"
 
 #include "vorta/common/exceptions.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 #include <utility>
+#include <yaml-cpp/eventhandler.h>
 
-namespace Vorta::Virtual {
+namespace Vorta {
 
 namespace {
 
@@ -18,9 +21,25 @@ namespace {
     throw IOException(atLine(file, static_cast<std::size_t>(mark.line) + 1, words));
 }
 
+/// Steps over a document.
+class SkipEvents : public YAML::EventHandler {
+    void OnDocumentStart(const YAML::Mark& /*mark*/) override {}
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnScalar(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                  const std::string& /*value*/) override {}
+    void OnSequenceStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                         YAML::EmitterStyle::value /*style*/) override {}
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                    YAML::EmitterStyle::value /*style*/) override {}
+    void OnMapEnd() override {}
+};
+
 // Independent of the locale, unlike the conversions of streams.
 template <class T>
-std::optional<T> parse(std::string_view text) {
+std::optional<T> numberIn(std::string_view text) {
     T value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc{} || end != text.data() + text.size())
@@ -58,14 +77,41 @@ YamlMap::YamlMap(std::shared_ptr<const std::filesystem::path> file, const YAML::
     }
 }
 
-YamlMap YamlMap::load(const std::filesystem::path& file) {
+YamlMap YamlMap::load(const std::filesystem::path& file, std::size_t maxBytes) {
+    std::error_code error;
+    if (std::filesystem::is_directory(file, error))
+        throw IOException(inQuotes(file.string()) + " cannot be read: it is a folder.");
     std::ifstream stream(file, std::ios::binary);
-    if (!stream)
+    std::string text;
+    std::array<char, 16'384> block{};
+    while (stream) {
+        stream.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+        if (text.size() > maxBytes)
+            throw IOException(inQuotes(file.string()) + " has more than " + std::to_string(maxBytes) +
+                              " bytes; it is another kind of file.");
+    }
+    if (!stream.eof())
         throw IOException(inQuotes(file.string()) + " cannot be read.");
+    return parse(std::move(text), file);
+}
+
+YamlMap YamlMap::parse(std::string text, const std::filesystem::path& name) {
+    // Without an end of the document the parser takes the end of the text for the end of an open quote.
+    text += text.ends_with('\n') ? "...\n" : "\n...\n";
     try {
-        return {std::make_shared<const std::filesystem::path>(file), YAML::Load(stream)};
+        const YAML::Node document = YAML::Load(text);
+        // Loading all documents at once never ends when one begins with a comma.
+        std::istringstream stream(text);
+        YAML::Parser parser(stream);
+        SkipEvents skip;
+        parser.HandleNextDocument(skip);
+        if (!document.IsNull() && parser)
+            throw IOException(inQuotes(name.string()) + " holds more than one YAML document.");
+        // Nothing has no line.
+        return {std::make_shared<const std::filesystem::path>(name), document.IsNull() ? YAML::Node() : document};
     } catch (const YAML::Exception& error) {
-        refuse(file, error.mark, "not valid YAML, " + error.msg + ".");
+        refuse(name, error.mark, "not valid YAML, " + error.msg + ".");
     }
 }
 
@@ -86,7 +132,7 @@ bool YamlMap::isMap(std::string_view key) const {
 }
 
 double YamlMap::parseNumber(std::string_view key, const YAML::Node& node, Limits limits) const {
-    const std::optional<double> value = node.IsScalar() ? parse<double>(node.Scalar()) : std::nullopt;
+    const std::optional<double> value = node.IsScalar() ? numberIn<double>(node.Scalar()) : std::nullopt;
     if (!value || !std::isfinite(*value))
         failAt(node, inQuotes(key) + " must be a number" +
                          (node.IsScalar() ? ", not " + inQuotes(node.Scalar()) + "." : std::string(".")));
@@ -105,7 +151,7 @@ std::uint64_t YamlMap::count(std::string_view key, std::uint64_t fallback, std::
     const YAML::Node node = find(key);
     if (!node.IsDefined())
         return fallback;
-    const std::optional<std::uint64_t> value = node.IsScalar() ? parse<std::uint64_t>(node.Scalar()) : std::nullopt;
+    const std::optional<std::uint64_t> value = node.IsScalar() ? numberIn<std::uint64_t>(node.Scalar()) : std::nullopt;
     if (!value || *value < minimum || *value > maximum)
         failAt(node, inQuotes(key) + " must be a whole number between " + std::to_string(minimum) + " and " +
                          std::to_string(maximum) +
@@ -161,11 +207,6 @@ std::vector<double> YamlMap::numbers(std::string_view key, std::vector<double> f
     for (std::size_t i = 0; i < fallback.size(); ++i)
         fallback[i] = parseNumber(key, node[i], limits);
     return fallback;
-}
-
-Vec3 YamlMap::vector(std::string_view key, Vec3 fallback) const {
-    const std::vector<double> v = numbers(key, {fallback.x, fallback.y, fallback.z});
-    return {v[0], v[1], v[2]};
 }
 
 std::optional<YamlMap> YamlMap::map(std::string_view key) const {
@@ -233,4 +274,4 @@ void YamlMap::failAt(const YAML::Node& node, const std::string& words) const {
     refuse(*file_, node.Mark(), words);
 }
 
-} // namespace Vorta::Virtual
+} // namespace Vorta

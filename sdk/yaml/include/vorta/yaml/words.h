@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace Vorta::Virtual {
+namespace Vorta {
 
 [[nodiscard]] inline std::string inQuotes(std::string_view text) {
     std::string result(1, '\'');
@@ -16,4 +16,4 @@ namespace Vorta::Virtual {
     return inQuotes(file.string()).append(", line ").append(std::to_string(line)).append(": ").append(words);
 }
 
-} // namespace Vorta::Virtual
+} // namespace Vorta

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "vorta/virtual/vec3.h"
-
 #include <yaml-cpp/yaml.h>
 
 #include <cstdint>
@@ -15,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace Vorta::Virtual {
+namespace Vorta {
 
 /// What a number may be.
 struct Limits {
@@ -27,8 +25,12 @@ struct Limits {
 /// refusal is an IOException that names the file, the line and what is wrong.
 class YamlMap {
 public:
-    /// Reads a file whose root is a map.
-    [[nodiscard]] static YamlMap load(const std::filesystem::path& file);
+    /// Reads a file that is one document whose root is a map. Refuses files of more than `maxBytes`, so that one chosen
+    /// by mistake is not read whole.
+    [[nodiscard]] static YamlMap load(const std::filesystem::path& file,
+                                      std::size_t maxBytes = std::numeric_limits<std::size_t>::max());
+    /// The same from a text that is at hand; `name` stands for the file in what is thrown.
+    [[nodiscard]] static YamlMap parse(std::string text, const std::filesystem::path& name);
 
     [[nodiscard]] bool has(std::string_view key) const;
 
@@ -44,7 +46,6 @@ public:
     /// A list of exactly `fallback.size()` numbers; a single number fills it when `spread` is set.
     [[nodiscard]] std::vector<double> numbers(std::string_view key, std::vector<double> fallback, Limits limits = {},
                                               bool spread = false) const;
-    [[nodiscard]] Vec3 vector(std::string_view key, Vec3 fallback) const;
 
     /// The map below a key, or nothing.
     [[nodiscard]] std::optional<YamlMap> map(std::string_view key) const;
@@ -78,4 +79,4 @@ private:
     mutable std::set<std::string, std::less<>> asked_;
 };
 
-} // namespace Vorta::Virtual
+} // namespace Vorta
