@@ -57,7 +57,8 @@ MeasuringHead::MeasuringHead(std::shared_ptr<DriverLibrary> driver, const std::s
     try {
         head_ = driver_->open(serialNumber);
         const Driver::Calibration calibration = head_->calibration().value().stages.at(0).geometry;
-        const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(calibration.projector);
+        const Reconstruction::SequenceLayout layout =
+            Reconstruction::planSequence(calibration.projector.width, calibration.projector.height, {.inverse = true});
         sequence_ = Reconstruction::generateSequence(layout);
         reconstructor_ = std::make_unique<Reconstruction::Reconstructor>(
             calibration, layout, Reconstruction::ReconstructorOptions{.bayerLayout = head_->bayerLayout().value()});
