@@ -18,7 +18,8 @@ namespace Vorta::Reconstruction {
 /// number of signals in error correcting codes", 1957). The words stand in an order in which neighbours differ by one
 /// vector of a basis of words of weight 5: word n is the exclusive-or of the basis vectors at the set bits of n's Gray
 /// code. Between neighbours exactly five bits are undecided, and however they are read, one of the two neighbours is
-/// nearest.
+/// nearest. Words at an odd distance have an odd number of basis vectors between them, so one number is even and the
+/// other odd: where a half period's phase tells which it is, three wrong bits are recognised too.
 class RepairingCode {
 public:
     static constexpr std::size_t maxNumberBits = 12;

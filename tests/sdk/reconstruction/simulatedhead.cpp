@@ -39,22 +39,23 @@ public:
     [[nodiscard]] double at(double column, double row) const {
         const double position = rows_ ? row : column;
         if (!samples_.empty()) {
-            const double place = std::clamp(position * perPixel, 0.0, static_cast<double>(samples_.size()) - 1.001);
+            const double place = position * perPixel;
+            if (!(place >= 0.0 && place < static_cast<double>(samples_.size()) - 1.0))
+                return 0.0;
             const auto index = static_cast<std::size_t>(place);
             return std::lerp(samples_[index], samples_[index + 1], place - static_cast<double>(index));
         }
         if (periodPixels_ > 0.0)
             return 0.5 + 0.5 * std::cos(2.0 * pi * (position / periodPixels_ + turns_));
         double sum = 0.0;
-        constexpr int samples = 20;
+        constexpr int samples = 10;
         for (int i = 0; i < samples; ++i)
-            sum += level(std::floor((position - 0.475 + 0.05 * i) * linesPerPixel_));
+            sum += level(std::floor((position - 0.45 + 0.1 * i) * linesPerPixel_));
         return sum / samples;
     }
 
 private:
     static constexpr std::ptrdiff_t perPixel = 16;
-    static constexpr std::ptrdiff_t reach = 8 * perPixel;
 
     /// Of a line, the first and last going on beyond the image.
     [[nodiscard]] double level(double line) const {
@@ -66,6 +67,7 @@ private:
     }
     void blur(bool interpolated, double sigma) {
         const auto cells = static_cast<std::ptrdiff_t>(static_cast<double>(levels_.size()) / linesPerPixel_) * perPixel;
+        const auto reach = static_cast<std::ptrdiff_t>(std::ceil(6.0 * sigma)) * perPixel;
         std::vector<double> light(static_cast<std::size_t>(cells + 2 * reach));
         for (std::size_t i = 0; i < light.size(); ++i) {
             const double position = (static_cast<double>(i) + 0.5) / perPixel - static_cast<double>(reach) / perPixel;
@@ -117,6 +119,8 @@ std::array<double, 3> ray(const Driver::PinholeModel& m, double u, double v) {
     double y = yd;
     for (int i = 0; i < 200; ++i) {
         const auto [px, py] = distort(m, x, y);
+        if (px == xd && py == yd)
+            break;
         x += xd - px;
         y += yd - py;
     }
@@ -223,7 +227,8 @@ Driver::ImageStack expose(const Reconstruction::SequenceLayout& layout, const st
                              patterns[image].at(spot->column + light.echo.columns, spot->row + light.echo.rows);
             }
             const double shone = (light.ambient + light.white * level) / 255.0;
-            const double grey = light.black + 255.0 * std::pow(shone, 1.0 / light.gamma) + light.noise * noise(random);
+            const double grey = light.black + 255.0 * std::pow(shone, 1.0 / light.gamma) +
+                                (light.noise > 0.0 ? light.noise * noise(random) : 0.0);
             images.image(image)[pixel] = static_cast<std::uint8_t>(std::clamp(std::round(grey), 0.0, 255.0));
         }
     }
