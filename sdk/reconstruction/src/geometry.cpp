@@ -95,10 +95,11 @@ bool converges(const Driver::Calibration& calibration, int refinements) {
                 continue;
             const double a = (g.r[0] * q.x + g.r[3] * q.y + g.r[6]) / infinity;
             const double b = (g.r[1] * q.x + g.r[4] * q.y + g.r[7]) / infinity;
+            const EpipolarLine<double> line = epipolarLine(g, a, b);
             for (std::size_t c = 0; c <= samples; ++c) {
-                const Crossing<double> crossing = cross(g, a, b, sample(c, g.lineCount));
-                const bool inside = crossing.row >= g.rowMinimum && crossing.row <= g.rowMaximum;
-                if (inside && !(crossing.error < requiredErrorPx * g.scale))
+                const ColumnMeeting<double> meeting = meetColumn(g, line, sample(c, g.lineCount));
+                const bool inside = meeting.row >= g.rowMinimum && meeting.row <= g.rowMaximum;
+                if (inside && !(meeting.error < requiredErrorPx * g.scale))
                     return false;
             }
         }

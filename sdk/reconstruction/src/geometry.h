@@ -40,6 +40,14 @@ inline constexpr double rowMargin = 1.0;
 /// nothing.
 inline constexpr double minMeetingAngleDeg = 1.0;
 
+/// Pixels by which a measured column and row may lie beside the ray's epipolar line. Across the line lies the noise of
+/// one position: period / (2 pi) * s / (sqrt(2) A) for four phase steps of modulation A and noise s, both in grey
+/// levels (C. Rathjen, "Statistical properties of phase-shift algorithms", J. Opt. Soc. Am. A 12, 1995), at 1.5 in 5
+/// grey levels 0.034 periods. Four times that, and 0.4 pixels for the epipolar errors of a real calibration.
+[[nodiscard]] constexpr double epipolarTolerance(double periodPixels) noexcept {
+    return 0.4 + 0.136 * periodPixels;
+}
+
 /// Depth in mm from which a crossing counts as none.
 inline constexpr double maxDepthMm = 1.0e6;
 

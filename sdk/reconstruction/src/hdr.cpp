@@ -1,6 +1,6 @@
 #include "vorta/reconstruction/hdr.h"
 
-#include "tonecurve.h"
+#include "tonemap.h"
 #include "workerpool.h"
 
 #include "vorta/common/exceptions.h"
@@ -31,7 +31,7 @@ bool isSaturated(const Point& point) {
 struct Series {
     std::vector<const Point*> clouds;
     std::vector<float> exposures; // by the longest
-    ToneCurve tone;
+    ToneMap tone;
 };
 
 void checkChildren(std::span<const HdrChild> children) {
@@ -132,7 +132,7 @@ void combineColours(const Series& series, std::size_t pixel, Point& result) {
 
 Series seriesOf(std::span<const HdrChild> children) {
     const auto [shortest, longest] = std::ranges::minmax(children, {}, &HdrChild::exposure);
-    Series series{.clouds = {}, .exposures = {}, .tone = ToneCurve(longest.exposure / shortest.exposure)};
+    Series series{.clouds = {}, .exposures = {}, .tone = ToneMap(longest.exposure / shortest.exposure)};
     for (const HdrChild& child : children) {
         series.clouds.push_back(child.cloud.data());
         series.exposures.push_back(static_cast<float>(child.exposure / longest.exposure));

@@ -2,7 +2,6 @@
 #include "kernels.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -11,93 +10,41 @@ namespace Vorta::Reconstruction::Kernels {
 
 namespace {
 
-std::uint8_t yes(bool value) {
-    return value ? 255 : 0;
-}
-
-unsigned binaryFromGray(unsigned gray) {
-    for (unsigned shift = 1; shift < maxBits; shift *= 2)
-        gray ^= gray >> shift;
-    return gray;
-}
-
-/// atan2(sine, cosine) in turns, 0 to 1; 0 when both are 0. Both are whole numbers.
-float turns(float sine, float cosine) {
-    const float along = std::abs(cosine);
-    const float across = std::abs(sine);
-    const float q = std::min(along, across) / std::max(std::max(along, across), 1.0F);
-    const float qq = q * q;
-    float sum = arcTangentTurns.back();
-    for (std::size_t i = arcTangentTurns.size() - 1; i-- > 0;)
-        sum = sum * qq + arcTangentTurns[i];
-    float angle = sum * q;
-    if (across > along)
-        angle = 0.25F - angle;
-    if (cosine < 0.0F)
-        angle = 0.5F - angle;
-    if (sine < 0.0F)
-        angle = 1.0F - angle;
-    return angle;
-}
-
-struct Code {
-    unsigned halfPeriod;
-    bool decided; // no undecided bit, or one at whose edge the pixel lies
-};
-
-Code readCode(const CodedRow& in, std::size_t i) {
-    unsigned gray = 0;
-    unsigned undecided = 0;
-    for (std::size_t b = 0; b < in.bitCount; ++b) {
-        const int difference = int{in.bits[2 * b][i]} - int{in.bits[2 * b + 1][i]};
-        gray = 2 * gray + (difference > 0 ? 1U : 0U);
-        undecided = 2 * undecided + (std::abs(difference) < int{in.minBitDifference} ? 1U : 0U);
-    }
-    // Neighbouring half periods differ in one bit, so the other reading of that bit must be a neighbour.
-    const unsigned read = binaryFromGray(gray);
-    const unsigned other = binaryFromGray(gray ^ undecided);
-    return {.halfPeriod = read, .decided = std::max(read, other) - std::min(read, other) <= 1};
-}
-
-void decode(const CodedRow& in, const DecodedRow& out, std::size_t begin, std::size_t end) {
-    for (std::size_t i = begin; i < end; ++i) {
-        const std::array<int, 4> level{in.phase[0][i], in.phase[1][i], in.phase[2][i], in.phase[3][i]};
-        // With step k at a + A cos(phase + k pi / 2): I0 - I2 = 2 A cos(phase), I3 - I1 = 2 A sin(phase).
-        const auto cosine = static_cast<float>(level[0] - level[2]);
-        const auto sine = static_cast<float>(level[3] - level[1]);
-        const float modulation = 0.5F * std::sqrt(cosine * cosine + sine * sine);
-        const float phase = turns(sine, cosine);
-
-        // The period that brings the phase nearest to the middle of the half period: an error of one half period at a
-        // code edge is repaired.
-        const Code code = readCode(in, i);
-        const float middle = static_cast<float>(code.halfPeriod) * 0.5F + 0.25F;
-        const float periods = std::floor(middle - phase + 0.5F) + phase;
-        const bool agrees = std::abs(periods - middle) <= maxCodeDistance;
-
-        const bool saturated = *std::ranges::max_element(level) >= int{in.saturationLevel};
-        out.halfPeriod[i] = static_cast<std::uint16_t>(code.halfPeriod);
-        out.modulation[i] = modulation;
-        out.position[i] = periods * in.periodLines;
-        out.saturated[i] = yes(saturated);
-        out.accepted[i] =
-            yes(modulation >= in.minModulation && code.decided && agrees && !(saturated && in.rejectSaturated));
-    }
-}
-
-void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& decoded, const CoordinateRow& out,
-                 std::size_t begin, std::size_t end) {
+/// Writes a point, or none where `accepted` or the crossing deny it.
+void store(const ColumnGeometry<float>& g, const RayRow& ray, const ColumnMeeting<float>& meeting,
+           const Crossing<float>& crossing, bool accepted, const CoordinateRow& out, std::size_t i) {
     constexpr float invalid = std::numeric_limits<float>::quiet_NaN();
+    const float depth = crossing.depthMm;
+    const bool valid = accepted && meeting.row >= g.rowMinimum && meeting.row <= g.rowMaximum &&
+                       meeting.error <= g.residual && crossing.steepness >= 0.0F && depth > 0.0F &&
+                       depth < static_cast<float>(maxDepthMm) && crossing.projectorDepthMm > 0.0F;
+    out.x[i] = valid ? ray.x[i] * depth : invalid;
+    out.y[i] = valid ? ray.y[i] * depth : invalid;
+    out.z[i] = valid ? depth : invalid;
+}
+
+void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CoordinateRow& out,
+                 std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
-        const float position = decoded.position[i];
-        const Crossing<float> c = cross(g, ray.x[i], ray.y[i], position);
-        const bool valid = decoded.accepted[i] != 0 && position >= 0.0F && position <= g.lineCount &&
-                           c.row >= g.rowMinimum && c.row <= g.rowMaximum && c.error <= g.residual &&
-                           c.steepness >= 0.0F && c.depthMm > 0.0F && c.depthMm < static_cast<float>(maxDepthMm) &&
-                           c.projectorDepthMm > 0.0F;
-        out.x[i] = valid ? ray.x[i] * c.depthMm : invalid;
-        out.y[i] = valid ? ray.y[i] * c.depthMm : invalid;
-        out.z[i] = valid ? c.depthMm : invalid;
+        const float position = columns.position[i];
+        const EpipolarLine<float> line = epipolarLine(g, ray.x[i], ray.y[i]);
+        const ColumnMeeting<float> meeting = meetColumn(g, line, position);
+        const bool accepted = columns.accepted[i] != 0 && position >= 0.0F && position <= g.lineCount;
+        store(g, ray, meeting, crossAt(g, ray.x[i], ray.y[i], line, meeting.x), accepted, out, i);
+    }
+}
+
+void triangulateBoth(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CrossRow& rows,
+                     const CoordinateRow& out, std::size_t begin, std::size_t end) {
+    for (std::size_t i = begin; i < end; ++i) {
+        const float position = columns.position[i];
+        const EpipolarLine<float> line = epipolarLine(g, ray.x[i], ray.y[i]);
+        const ColumnMeeting<float> meeting = meetColumn(g, line, position);
+        const RowCorrection<float> corrected =
+            correctByRow(g, line, meeting, rows.decoded.position[i], columns.modulation[i], rows.decoded.modulation[i]);
+        const bool accepted = columns.accepted[i] != 0 && rows.decoded.accepted[i] != 0 && position >= 0.0F &&
+                              position <= g.lineCount && corrected.distance2 <= rows.tolerance2;
+        store(g, ray, meeting, crossAt(g, ray.x[i], ray.y[i], line, corrected.x), accepted, out, i);
     }
 }
 
@@ -152,8 +99,11 @@ void pack(const CoordinateRow& coordinates, const float* contrast, const std::ui
 } // namespace
 
 const Set& reference() noexcept {
-    static constexpr Set set{
-        .decode = decode, .triangulate = triangulate, .mosaic = mosaic, .demosaic = demosaic, .pack = pack};
+    static constexpr Set set{.triangulate = triangulate,
+                             .triangulateBoth = triangulateBoth,
+                             .mosaic = mosaic,
+                             .demosaic = demosaic,
+                             .pack = pack};
     return set;
 }
 

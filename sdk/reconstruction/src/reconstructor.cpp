@@ -1,17 +1,20 @@
 #include "vorta/reconstruction/reconstructor.h"
 
+#include "axisdecoder.h"
+#include "capture.h"
 #include "defect.h"
 #include "kernels.h"
 #include "patchfilter.h"
+#include "rowcolour.h"
 #include "triangulator.h"
 #include "workerpool.h"
 
 #include "vorta/common/exceptions.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,26 +31,6 @@ constexpr std::size_t blockRows = 16;
 /// The largest gain that the mosaic's fixed-point arithmetic holds.
 constexpr double maxGain = 100.0;
 
-/// Whether the top left pixel of the mosaic is green, and whether the first row's other colour is red.
-struct Mosaic {
-    bool greenFirst;
-    bool redFirst;
-};
-
-Mosaic mosaicOf(Driver::BayerLayout layout) {
-    switch (layout) {
-    case Driver::BayerLayout::GRBG:
-        return {.greenFirst = true, .redFirst = true};
-    case Driver::BayerLayout::RGGB:
-        return {.greenFirst = false, .redFirst = true};
-    case Driver::BayerLayout::BGGR:
-        return {.greenFirst = false, .redFirst = false};
-    case Driver::BayerLayout::GBRG:
-        return {.greenFirst = true, .redFirst = false};
-    }
-    throw ArgumentInvalidException("There is no such Bayer layout.", "bayerLayout");
-}
-
 void checkRange(double value, double minimum, double maximum, std::string_view name) {
     if (!(value >= minimum && value <= maximum))
         throw ArgumentOutOfRangeException("The value must lie between " + std::to_string(minimum) + " and " +
@@ -62,22 +45,16 @@ void check(const Parameters& parameters) {
     checkRange(parameters.redBalance, 0.0, maxGain, "redBalance");
     checkRange(parameters.blueBalance, 0.0, maxGain, "blueBalance");
     checkRange(parameters.blackLevel, 0.0, 255.0, "blackLevel");
+    checkRange(parameters.gamma, 0.1, 10.0, "gamma");
 }
 
-void check(const SequenceLayout& layout, const Driver::HeadDimensions& dimensions) {
-    if (layout.lattice != Driver::Lattice::Plain)
-        throw ArgumentInvalidException("Patterns for this mirror lattice cannot be decoded.", "layout");
-    if (layout.axes.size() != 1 || layout.axes.front().axis != Driver::Axis::Columns)
-        throw ArgumentInvalidException("The sequence must measure the projector's columns and nothing else.", "layout");
-    const AxisLayout& axis = layout.axes.front();
-    const bool complete = axis.phaseSteps == 4 && axis.periodLines >= 2 && axis.bitCount >= 1 &&
-                          axis.bitCount <= Kernels::maxBits && axis.firstPhase + axis.phaseSteps <= layout.imageCount &&
-                          axis.firstBit + 2 * axis.bitCount <= layout.imageCount;
-    if (!complete)
+void check(const SequenceLayout& layout, const Driver::HeadDimensions& head) {
+    if (layout.projectorWidth != head.projectorWidth || layout.projectorHeight != head.projectorHeight)
+        throw ArgumentInvalidException("The sequence is made for another projector size.", "layout",
+                                       std::to_string(layout.projectorWidth) + " x " +
+                                           std::to_string(layout.projectorHeight));
+    if (layout != planSequence(layout.projectorWidth, layout.projectorHeight, layout.options))
         throw ArgumentInvalidException("The sequence's images do not make a code.", "layout");
-    if (axis.lineCount != dimensions.projectorWidth)
-        throw ArgumentInvalidException("The sequence is made for another projector width.", "layout",
-                                       std::to_string(axis.lineCount));
 }
 
 void check(const Driver::HeadDimensions& dimensions) {
@@ -95,74 +72,76 @@ Driver::HeadDimensions dimensionsOf(const Driver::Calibration& calibration) {
             .projectorHeight = calibration.projector.height};
 }
 
+/// Depths are what tells outliers, and without a calibration there are none.
+bool rejectsOutliers(const Parameters& parameters) {
+    return parameters.rejectOutliers && parameters.applyCalibration;
+}
+
+/// Takes the points of a row's margins away.
+void excludeMargins(const Parameters& parameters, std::size_t height, std::size_t row,
+                    std::span<std::uint8_t> accepted) {
+    const bool isOutside = row < parameters.invalidTop || height - 1 - row < parameters.invalidBottom;
+    const std::size_t left = isOutside ? accepted.size() : std::min(parameters.invalidLeft, accepted.size());
+    const std::size_t right = std::min(parameters.invalidRight, accepted.size());
+    std::ranges::fill(accepted.first(left), std::uint8_t{0});
+    std::ranges::fill(accepted.last(right), std::uint8_t{0});
+}
+
 /// Row buffers of one thread.
 struct Scratch {
-    explicit Scratch(std::size_t width)
-        : halfPeriod(width),
-          modulation(width),
-          position(width),
-          accepted(width),
-          saturated(width),
-          x(width),
-          y(width),
-          z(width),
-          bgra(4 * width) {
-        mosaic.fill(std::vector<std::uint8_t>(width + 2));
-    }
-
-    [[nodiscard]] Kernels::DecodedRow decoded() noexcept {
-        return {.halfPeriod = halfPeriod.data(),
-                .modulation = modulation.data(),
-                .position = position.data(),
-                .accepted = accepted.data(),
-                .saturated = saturated.data()};
+    Scratch(const std::vector<AxisDecoder>& decoders, std::size_t width) : colour(width), x(width), y(width), z(width) {
+        for (const AxisDecoder& decoder : decoders)
+            axes.emplace_back(decoder, width);
     }
     [[nodiscard]] Kernels::CoordinateRow coordinates() noexcept {
         return {.x = x.data(), .y = y.data(), .z = z.data()};
     }
-    /// A mosaic row, readable from -1 to the width; three neighbouring rows are kept.
-    [[nodiscard]] std::uint8_t* white(std::size_t row) noexcept { return mosaic[row % 3].data() + 1; }
 
-    std::vector<std::uint16_t> halfPeriod;
-    std::vector<float> modulation, position;
-    std::vector<std::uint8_t> accepted, saturated;
+    std::vector<AxisDecoder::Buffers> axes; // one per axis
+    RowColour::Buffers colour;
     std::vector<float> x, y, z;
-    std::vector<std::uint8_t> bgra;
-    std::array<std::vector<std::uint8_t>, 3> mosaic;
 };
 
-/// What the threads need to know of one capture.
-struct Frame {
-    const Driver::ImageStack& images;
-    const Parameters& parameters;
-    PointCloud& cloud;
-    bool rejectOutliers;
-};
+const Kernels::DecodeSet& decodeKernels(const ReconstructorOptions& options) {
+    const bool isPlain = options.arithmetic == ReconstructorOptions::Arithmetic::Reference;
+    return isPlain ? Kernels::decodeReference() : Kernels::decodeVectorised();
+}
+
+const Kernels::Set& pointKernels(const ReconstructorOptions& options) {
+    const bool isPlain = options.arithmetic == ReconstructorOptions::Arithmetic::Reference;
+    return isPlain ? Kernels::reference() : Kernels::vectorised();
+}
+
+std::vector<AxisDecoder> decodersOf(const SequenceLayout& layout, const Kernels::DecodeSet& kernels) {
+    std::vector<AxisDecoder> decoders;
+    for (const AxisLayout& axis : layout.axes)
+        decoders.emplace_back(layout.options, axis, kernels);
+    return decoders;
+}
 
 } // namespace
 
 struct Reconstructor::State {
     State(SequenceLayout sequence, const ReconstructorOptions& options)
         : layout(std::move(sequence)),
-          mosaic(mosaicOf(options.bayerLayout)),
           pool(options.threads),
-          kernels(options.arithmetic == ReconstructorOptions::Arithmetic::Reference ? Kernels::reference()
-                                                                                    : Kernels::vectorised()),
+          kernels(pointKernels(options)),
+          colour(options.bayerLayout, kernels),
+          decoders(decodersOf(layout, decodeKernels(options))),
           triangulator(options) {}
 
     void resize(std::size_t newHeight, std::size_t newWidth);
     [[nodiscard]] std::size_t blockCount() const noexcept { return (height + blockRows - 1) / blockRows; }
-    void computeBlock(const Frame& frame, std::size_t block, Scratch& buffers);
-    void findPatches(const Frame& frame, std::size_t row, bool joinAbove);
-    void removeOutliers(const Frame& frame);
-    [[nodiscard]] Kernels::CodedRow codedRow(const Frame& frame, std::size_t row) const;
-    void whiteRow(const Frame& frame, std::size_t row, Scratch& buffers) const;
-    void colourRow(std::size_t row, Scratch& buffers) const;
+    void computeBlock(const Capture& capture, PointCloud& cloud, std::size_t block, Scratch& buffers);
+    void computePoints(const Capture& capture, std::size_t row, Scratch& buffers) const;
+    void findPatches(const Parameters& parameters, const PointCloud& cloud, std::size_t row, bool joinAbove);
+    void removeOutliers(const Parameters& parameters, PointCloud& cloud);
 
     SequenceLayout layout;
-    Mosaic mosaic;
     WorkerPool pool;
     const Kernels::Set& kernels;
+    RowColour colour;
+    std::vector<AxisDecoder> decoders; // one per axis
     std::size_t height = 0;
     std::size_t width = 0;
     Triangulator triangulator;
@@ -173,99 +152,70 @@ struct Reconstructor::State {
 void Reconstructor::State::resize(std::size_t newHeight, std::size_t newWidth) {
     if (newHeight == height && newWidth == width)
         return;
-    scratch.assign(pool.size(), Scratch(newWidth));
+    scratch.assign(pool.size(), Scratch(decoders, newWidth));
     patches = PatchFilter(newHeight, newWidth);
     height = newHeight;
     width = newWidth;
 }
 
-Kernels::CodedRow Reconstructor::State::codedRow(const Frame& frame, std::size_t row) const {
-    const AxisLayout& axis = layout.axes.front();
-    Kernels::CodedRow coded{.bitCount = axis.bitCount,
-                            .periodLines = static_cast<float>(axis.periodLines),
-                            .minModulation = static_cast<float>(frame.parameters.minModulation),
-                            .minBitDifference = static_cast<std::uint8_t>(std::ceil(frame.parameters.minBitDifference)),
-                            .saturationLevel = frame.parameters.saturationLevel,
-                            .rejectSaturated = frame.parameters.rejectSaturated};
-    for (std::size_t step = 0; step < axis.phaseSteps; ++step)
-        coded.phase[step] = frame.images.row(axis.firstPhase + step, row).data();
-    for (std::size_t image = 0; image < 2 * axis.bitCount; ++image)
-        coded.bits[image] = frame.images.row(axis.firstBit + image, row).data();
-    return coded;
-}
-
-void Reconstructor::State::whiteRow(const Frame& frame, std::size_t row, Scratch& buffers) const {
-    const auto fixedPoint = [](double gain) { return static_cast<std::uint16_t>(std::lround(gain * 512.0)); };
-    const AxisLayout& axis = layout.axes.front();
-    const bool redRow = (row % 2 == 0) == mosaic.redFirst;
-    const bool greenFirst = (row % 2 == 0) == mosaic.greenFirst;
-    const std::uint16_t colour = fixedPoint(redRow ? frame.parameters.redBalance : frame.parameters.blueBalance);
-    const std::uint16_t green = fixedPoint(1.0);
-    Kernels::MosaicRow in{.saturationLevel = frame.parameters.saturationLevel,
-                          .blackSum = static_cast<std::uint16_t>(std::lround(4.0 * frame.parameters.blackLevel)),
-                          .gain = {greenFirst ? green : colour, greenFirst ? colour : green}};
-    for (std::size_t step = 0; step < axis.phaseSteps; ++step)
-        in.phase[step] = frame.images.row(axis.firstPhase + step, row).data();
-    std::uint8_t* const white = buffers.white(row);
-    kernels.mosaic(in, white, 0, width);
-    // Mirrored at the border pixel, which keeps the mosaic's colours in step.
-    *(white - 1) = white[width > 1 ? 1 : 0];
-    white[width] = white[width > 1 ? width - 2 : 0];
-}
-
-void Reconstructor::State::colourRow(std::size_t row, Scratch& buffers) const {
-    const std::size_t inner = height > 1 ? 1 : 0;
-    const std::size_t above = row > 0 ? row - 1 : inner;
-    const std::size_t below = row + 1 < height ? row + 1 : row - inner;
-    kernels.demosaic({.above = buffers.white(above),
-                      .current = buffers.white(row),
-                      .below = buffers.white(below),
-                      .saturated = buffers.saturated.data(),
-                      .greenFirst = (row % 2 == 0) == mosaic.greenFirst,
-                      .red = (row % 2 == 0) == mosaic.redFirst},
-                     buffers.bgra.data(), 0, width);
-}
-
-void Reconstructor::State::computeBlock(const Frame& frame, std::size_t block, Scratch& buffers) {
+void Reconstructor::State::computeBlock(const Capture& capture, PointCloud& cloud, std::size_t block,
+                                        Scratch& buffers) {
     const std::size_t first = block * blockRows;
     const std::size_t last = std::min(first + blockRows, height);
-    const Kernels::DecodedRow decoded = buffers.decoded();
-    const Kernels::CoordinateRow coordinates = buffers.coordinates();
     if (first > 0)
-        whiteRow(frame, first - 1, buffers);
-    whiteRow(frame, first, buffers);
+        colour.prepare(capture, first - 1, buffers.colour);
+    colour.prepare(capture, first, buffers.colour);
     for (std::size_t row = first; row < last; ++row) {
         if (row + 1 < height)
-            whiteRow(frame, row + 1, buffers);
-        kernels.decode(codedRow(frame, row), decoded, 0, width);
-        if (frame.parameters.applyCalibration)
-            triangulator.computeRow(row, decoded, coordinates);
-        else
-            rawRow(layout.axes.front().lineCount, width, decoded, coordinates);
-        colourRow(row, buffers);
-        kernels.pack(coordinates, decoded.modulation, buffers.bgra.data(), frame.cloud.row(row).data(), 0, width);
-        if (frame.rejectOutliers)
-            findPatches(frame, row, row > first);
+            colour.prepare(capture, row + 1, buffers.colour);
+        computePoints(capture, row, buffers);
+        AxisDecoder::Buffers& columns = buffers.axes.front();
+        colour.make(capture, row, columns.saturated(), buffers.colour);
+        kernels.pack(buffers.coordinates(), columns.decoded().modulation, buffers.colour.bgra(), cloud.row(row).data(),
+                     0, width);
+        if (rejectsOutliers(capture.parameters))
+            findPatches(capture.parameters, cloud, row, row > first);
+    }
+}
+
+/// Fills the coordinates of a row.
+void Reconstructor::State::computePoints(const Capture& capture, std::size_t row, Scratch& buffers) const {
+    for (std::size_t axis = 0; axis < decoders.size(); ++axis)
+        decoders[axis].decode(capture, row, buffers.axes[axis]);
+    const Kernels::DecodedRow columns = buffers.axes.front().decoded();
+    excludeMargins(capture.parameters, height, row, {columns.accepted, width});
+    const bool hasRows = decoders.size() > 1;
+    const Kernels::DecodedRow rows = hasRows ? buffers.axes.back().decoded() : Kernels::DecodedRow{};
+    if (!capture.parameters.applyCalibration) {
+        rawRow(layout, width, columns, hasRows ? &rows : nullptr, buffers.coordinates());
+    } else if (hasRows) {
+        const double tolerance = epipolarTolerance(static_cast<double>(layout.options.periodColumns));
+        triangulator.computeRow(row, columns,
+                                {.decoded = rows, .tolerance2 = static_cast<float>(tolerance * tolerance)},
+                                buffers.coordinates());
+    } else {
+        triangulator.computeRow(row, columns, buffers.coordinates());
     }
 }
 
 /// Finds a row's patches while its points are at hand.
-void Reconstructor::State::findPatches(const Frame& frame, std::size_t row, bool joinAbove) {
-    const auto thresholdMm = static_cast<float>(frame.parameters.outlierThresholdMm);
-    patches.findRuns(frame.cloud, row, thresholdMm);
+void Reconstructor::State::findPatches(const Parameters& parameters, const PointCloud& cloud, std::size_t row,
+                                       bool joinAbove) {
+    const auto thresholdMm = static_cast<float>(parameters.outlierThresholdMm);
+    patches.findRuns(cloud, row, thresholdMm);
     if (joinAbove)
-        patches.joinRows(frame.cloud, row, thresholdMm);
+        patches.joinRows(cloud, row, thresholdMm);
 }
 
 /// Joins the patches of the blocks and removes the small ones.
-void Reconstructor::State::removeOutliers(const Frame& frame) {
+void Reconstructor::State::removeOutliers(const Parameters& parameters, PointCloud& cloud) {
     for (std::size_t row = blockRows; row < height; row += blockRows)
-        patches.joinRows(frame.cloud, row, static_cast<float>(frame.parameters.outlierThresholdMm));
+        patches.joinRows(cloud, row, static_cast<float>(parameters.outlierThresholdMm));
     const std::size_t minPoints = minPatchPoints(height * width);
     const auto work = [&](std::size_t block, std::size_t /*thread*/) {
         const std::size_t last = std::min((block + 1) * blockRows, height);
         for (std::size_t row = block * blockRows; row < last; ++row)
-            patches.removeSmall(frame.cloud, row, minPoints);
+            patches.removeSmall(cloud, row, minPoints);
     };
     pool.forEachBlock(blockCount(), std::cref(work));
 }
@@ -312,16 +262,13 @@ void Reconstructor::reconstruct(const Driver::ImageStack& images, const Paramete
                                        std::to_string(images.width()) + " x " + std::to_string(images.height()));
     if (out.height() != state.height || out.width() != state.width)
         out = PointCloud::uninitialized(state.height, state.width);
-    const Frame frame{.images = images,
-                      .parameters = parameters,
-                      .cloud = out,
-                      .rejectOutliers = parameters.rejectOutliers && parameters.applyCalibration};
+    const Capture capture{.images = images, .parameters = parameters};
     const auto work = [&](std::size_t block, std::size_t thread) {
-        state.computeBlock(frame, block, state.scratch[thread]);
+        state.computeBlock(capture, out, block, state.scratch[thread]);
     };
     state.pool.forEachBlock(state.blockCount(), std::cref(work));
-    if (frame.rejectOutliers)
-        state.removeOutliers(frame);
+    if (rejectsOutliers(parameters))
+        state.removeOutliers(parameters, out);
 }
 
 } // namespace Vorta::Reconstruction

@@ -1,35 +1,31 @@
 #include "tonecurve.h"
 
+#include "vorta/reconstruction/reconstructor.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace Vorta::Reconstruction {
 
-namespace {
-
-constexpr double brightest = 254.0; // of an unsaturated pixel
-constexpr double anchor = 16.0;
-
-} // namespace
-
-ToneCurve::ToneCurve(double contrastRatio) {
-    // f(level) = 254 (level / (254 ratio))^exponent, with f(16) = 16.
-    const double range = brightest * contrastRatio;
-    const double exponent = std::log(brightest / anchor) / std::log(range / anchor);
-    scale_ = static_cast<float>(static_cast<double>(steps) / std::sqrt(range));
-    // The gain f(level) / level has no end towards 0; below one grey level it stays what it is there.
-    for (std::size_t i = 0; i < gains_.size(); ++i) {
-        const double root = static_cast<double>(i) / static_cast<double>(steps) * std::sqrt(range);
-        const double level = std::clamp(root * root, 1.0, range);
-        gains_[i] = static_cast<float>(brightest * std::pow(level / range, exponent) / level);
+ToneCurve::ToneCurve(const Parameters& parameters)
+    : isLinear_(parameters.gamma == 1.0),
+      saturationLevel_(isLinear_ ? parameters.saturationLevel : std::uint8_t{255}),
+      blackLevel_(isLinear_ ? parameters.blackLevel : 0.0) {
+    if (isLinear_)
+        return;
+    for (std::size_t level = 0; level < linear_.size(); ++level) {
+        const double share = std::max(static_cast<double>(level) - parameters.blackLevel, 0.0) / 255.0;
+        const double light = std::min(255.0 * std::pow(share, parameters.gamma), 254.0);
+        linear_[level] =
+            level >= parameters.saturationLevel ? std::uint8_t{255} : static_cast<std::uint8_t>(std::lround(light));
     }
 }
 
-float ToneCurve::gain(float level) const noexcept {
-    const float place = std::min(std::sqrt(level) * scale_, static_cast<float>(steps));
-    const auto index = static_cast<std::size_t>(place);
-    const float part = place - static_cast<float>(index);
-    return gains_[index] + part * (gains_[index + 1] - gains_[index]);
+const std::uint8_t* ToneCurve::apply(std::span<const std::uint8_t> row, std::uint8_t* buffer) const noexcept {
+    if (isLinear_)
+        return row.data();
+    std::ranges::transform(row, buffer, [this](std::uint8_t level) { return linear_[level]; });
+    return buffer;
 }
 
 } // namespace Vorta::Reconstruction

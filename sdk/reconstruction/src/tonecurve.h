@@ -1,24 +1,32 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace Vorta::Reconstruction {
 
-/// Maps grey levels on the scale of the longest exposure of a series to those of one image; see `combineClouds`.
+struct Parameters;
+
+/// Makes a sensor's grey levels proportional to the light. The sensor shows light of linear grey level l as
+/// 255 (l / 255)^(1 / gamma), with the black level added afterwards; with gamma 1 the levels are taken as they are.
 class ToneCurve {
 public:
-    /// `contrastRatio` is the longest exposure by the shortest, >= 1.
-    explicit ToneCurve(double contrastRatio);
+    explicit ToneCurve(const Parameters& parameters);
 
-    /// Factor for all channels of a pixel whose brightest one has this level, >= 0.
-    [[nodiscard]] float gain(float level) const noexcept;
+    /// The levels of a row: the row itself when gamma is 1, otherwise `buffer`, as long as the row, which they are
+    /// written to. Saturated raw levels become 255, and no others do.
+    [[nodiscard]] const std::uint8_t* apply(std::span<const std::uint8_t> row, std::uint8_t* buffer) const noexcept;
+
+    /// Of the levels that `apply` gives.
+    [[nodiscard]] std::uint8_t saturationLevel() const noexcept { return saturationLevel_; }
+    [[nodiscard]] double blackLevel() const noexcept { return blackLevel_; }
 
 private:
-    static constexpr std::size_t steps = 1024;
-
-    float scale_; // of the square root of a level, which spreads the dark ones over the table
-    std::array<float, steps + 2> gains_{};
+    bool isLinear_;
+    std::uint8_t saturationLevel_;
+    double blackLevel_;
+    std::array<std::uint8_t, 256> linear_{};
 };
 
 } // namespace Vorta::Reconstruction

@@ -71,28 +71,37 @@ Kernels::RayRow Triangulator::rays(std::size_t row) const noexcept {
     return {.x = &rayX_[first], .y = &rayY_[first]};
 }
 
-void Triangulator::computeRow(std::size_t row, const Kernels::DecodedRow& decoded,
+void Triangulator::computeRow(std::size_t row, const Kernels::DecodedRow& columns,
                               const Kernels::CoordinateRow& out) const {
-    const bool reference = options_.arithmetic == ReconstructorOptions::Arithmetic::Reference;
     const std::size_t width = calibration_->camera.width;
     if (options_.method == Method::Polynomial) {
-        const PolynomialKernel::Loop loop = reference ? PolynomialKernel::reference() : PolynomialKernel::vectorised();
-        loop(geometry_, polynomials_.row(row), rays(row), decoded, out, 0, width);
+        const PolynomialKernel::Loop loop =
+            isReference() ? PolynomialKernel::reference() : PolynomialKernel::vectorised();
+        loop(geometry_, polynomials_.row(row), rays(row), columns, out, 0, width);
     } else {
-        const Kernels::Set& kernels = reference ? Kernels::reference() : Kernels::vectorised();
-        kernels.triangulate(geometry_, rays(row), decoded, out, 0, width);
+        kernels().triangulate(geometry_, rays(row), columns, out, 0, width);
     }
 }
 
-void rawRow(std::size_t columns, std::size_t width, const Kernels::DecodedRow& decoded,
-            const Kernels::CoordinateRow& out) {
+void Triangulator::computeRow(std::size_t row, const Kernels::DecodedRow& columns, const Kernels::CrossRow& rows,
+                              const Kernels::CoordinateRow& out) const {
+    kernels().triangulateBoth(geometry_, rays(row), columns, rows, out, 0, calibration_->camera.width);
+}
+
+void rawRow(const SequenceLayout& layout, std::size_t width, const Kernels::DecodedRow& columns,
+            const Kernels::DecodedRow* rows, const Kernels::CoordinateRow& out) {
     constexpr float invalid = std::numeric_limits<float>::quiet_NaN();
-    const auto end = static_cast<float>(columns);
+    // Positions count from the edge of pixel 0, whose centre is the coordinate 0.
+    const auto isWithin = [](const Kernels::DecodedRow& decoded, std::size_t i, std::size_t pixels) {
+        return decoded.accepted[i] != 0 && decoded.position[i] >= 0.0F &&
+               decoded.position[i] <= static_cast<float>(pixels);
+    };
     for (std::size_t i = 0; i < width; ++i) {
-        const float position = decoded.position[i]; // from the edge of column 0, whose centre is pixel coordinate 0
-        const bool valid = decoded.accepted[i] != 0 && position >= 0.0F && position <= end;
-        out.x[i] = valid ? position - 0.5F : invalid;
-        out.y[i] = valid ? 0.0F : invalid;
+        const bool valid =
+            isWithin(columns, i, layout.projectorWidth) && (!rows || isWithin(*rows, i, layout.projectorHeight));
+        const float row = rows ? rows->position[i] - 0.5F : 0.0F;
+        out.x[i] = valid ? columns.position[i] - 0.5F : invalid;
+        out.y[i] = valid ? row : invalid;
         out.z[i] = valid ? 1.0F : invalid;
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernels.h"
+#include "decodekernels.h"
 
 #include <array>
 #include <cstddef>
@@ -14,6 +14,10 @@ public:
         for (auto& image : phase_)
             image.assign(width, 0);
         bits_.assign(2 * bitCount, std::vector<std::uint8_t>(width, 0));
+        for (auto& plane : set)
+            plane.resize(width);
+        for (auto& plane : undecided)
+            plane.resize(width);
         halfPeriod.resize(width);
         modulation.resize(width);
         position.resize(width);
@@ -44,25 +48,39 @@ public:
         row.bitCount = bitCount_;
         for (std::size_t k = 0; k < 4; ++k)
             row.phase[k] = phase_[k].data();
-        for (std::size_t image = 0; image < bits_.size(); ++image)
-            row.bits[image] = bits_[image].data();
+        for (std::size_t bit = 0; bit < bitCount_; ++bit) {
+            row.bits[bit] = bits_[2 * bit].data();
+            row.inverses[bit] = bits_[2 * bit + 1].data();
+        }
         return row;
+    }
+    [[nodiscard]] Vorta::Reconstruction::Kernels::ReadRow read() {
+        return {.set = {set[0].data(), set[1].data(), set[2].data()},
+                .undecided = {undecided[0].data(), undecided[1].data(), undecided[2].data()},
+                .saturated = saturated.data()};
     }
     [[nodiscard]] Vorta::Reconstruction::Kernels::DecodedRow out() {
         return {.halfPeriod = halfPeriod.data(),
                 .modulation = modulation.data(),
                 .position = position.data(),
-                .accepted = accepted.data(),
-                .saturated = saturated.data()};
+                .accepted = accepted.data()};
     }
-    void decode(const Vorta::Reconstruction::Kernels::Set& kernels) { kernels.decode(in(), out(), 0, width_); }
+    /// As a Gray code.
+    void decode(const Vorta::Reconstruction::Kernels::DecodeSet& kernels) {
+        kernels.readBits(in(), read(), 0, width_);
+        kernels.resolveGray(in(), read(), out(), 0, width_);
+        kernels.locate(in(), out(), 0, width_);
+    }
 
     std::vector<std::uint8_t>& phaseImage(std::size_t step) { return phase_[step]; }
     std::vector<std::uint8_t>& bitImage(std::size_t image) { return bits_[image]; }
 
     /// Everything but the images.
     Vorta::Reconstruction::Kernels::CodedRow parameters{
-        .periodLines = 8.0F, .minModulation = 5.0F, .minBitDifference = 3};
+        .hasInverses = true, .periodPixels = 8.0F, .minModulation = 5.0F, .minDifferenceHalves = 6};
+
+    std::array<std::vector<std::uint8_t>, 3> set;
+    std::array<std::vector<std::uint8_t>, 3> undecided;
 
     std::vector<std::uint16_t> halfPeriod;
     std::vector<float> modulation;

@@ -39,7 +39,7 @@ template <typename Level>
 PointCloud colours(std::size_t width, std::size_t height, BayerLayout layout, Level level,
                    const Parameters& parameters = {}) {
     const Driver::Calibration head = headOf(width, height);
-    const Reconstruction::SequenceLayout sequence = Reconstruction::planSequence(head.projector);
+    const Reconstruction::SequenceLayout sequence = Reconstruction::planSequence(8, 8);
     Driver::ImageStack images;
     images.resize(sequence.imageCount, height, width);
     for (std::size_t image = 0; image < 4; ++image)
@@ -120,10 +120,32 @@ TEST(Colour, BlackLevelIsTakenOff) {
     EXPECT_EQ(bgr(colours(3, 3, BayerLayout::RGGB, grey, {.blackLevel = 200.0})(1, 1)), (std::array{0, 0, 0}));
 }
 
+// ITU-R BT.601: 0.299 * 200 + 0.587 * 120 + 0.114 * 60 = 137.08.
+TEST(Colour, GrayIsTheLuma) {
+    const auto coloured = [](std::size_t row, std::size_t column) {
+        return std::array{200, 120, 60}[channelAt(BayerLayout::RGGB, row, column)];
+    };
+    for (const auto mode : {Parameters::ColourMode::Raw, Parameters::ColourMode::Gray, Parameters::ColourMode::Color}) {
+        const PointCloud cloud = colours(37, 5, BayerLayout::RGGB, coloured, {.colourMode = mode});
+        const bool isGray = mode == Parameters::ColourMode::Gray;
+        for (const Point& point : cloud.points()) {
+            ASSERT_EQ(bgr(point), isGray ? (std::array{137, 137, 137}) : (std::array{60, 120, 200}));
+            ASSERT_EQ(point.alpha, 255);
+        }
+    }
+}
+
+// With gamma 2 and a black level of 10, levels of 110 hold (100 / 255)^2 * 255 = 39.2 of light: 39, doubled.
+TEST(Colour, IsLinearised) {
+    const auto grey = [](std::size_t, std::size_t) { return 220; };
+    EXPECT_EQ(bgr(colours(3, 3, BayerLayout::RGGB, grey, {.blackLevel = 10.0, .gamma = 2.0})(1, 1)),
+              (std::array{78, 78, 78}));
+}
+
 TEST(Colour, SaturatedPixelsAreWhiteAndNoOthers) {
     for (const BayerLayout layout : allLayouts) {
         const Driver::Calibration head = headOf(40, 9);
-        const Reconstruction::SequenceLayout sequence = Reconstruction::planSequence(head.projector);
+        const Reconstruction::SequenceLayout sequence = Reconstruction::planSequence(8, 8);
         Driver::ImageStack images;
         images.resize(sequence.imageCount, 9, 40);
         for (std::size_t image = 0; image < 4; ++image)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 namespace {
@@ -14,8 +15,8 @@ constexpr double pi = std::numbers::pi;
 /// Both implementations must pass everything.
 class Decode : public testing::TestWithParam<bool> {
 protected:
-    [[nodiscard]] static const Kernels::Set& kernels() {
-        return GetParam() ? Kernels::vectorised() : Kernels::reference();
+    [[nodiscard]] static const Kernels::DecodeSet& kernels() {
+        return GetParam() ? Kernels::decodeVectorised() : Kernels::decodeReference();
     }
 };
 
@@ -160,6 +161,78 @@ TEST_P(Decode, SmallestDifferenceThatMakesABit) {
     pixels.setBit(1, 1, 42, 40);
     pixels.decode(kernels());
     EXPECT_EQ(pixels.accepted, (std::vector<std::uint8_t>{255, 0}));
+}
+
+// Without inverses: the mean of the phases is 100, so a bit at 98 differs by 4 and one at 99 by 2.
+TEST_P(Decode, BitsAgainstTheMeanOfThePhases) {
+    CodedPixels pixels(6, 3);
+    pixels.parameters.hasInverses = false;
+    for (std::size_t pixel = 0; pixel < 6; ++pixel) {
+        pixels.setPhases(pixel, {140, 60, 60, 140}); // an eighth of a period
+        pixels.setBit(pixel, 0, 180, 255);           // 110 in Gray code is half period 4; the inverse says otherwise
+        pixels.setBit(pixel, 1, 180, 255);
+        pixels.setBit(pixel, 2, 20, 0);
+    }
+    pixels.setBit(1, 2, 98, 0);
+    pixels.setBit(2, 2, 99, 0);  // undecided between 4 and 5
+    pixels.setBit(3, 1, 101, 0); // undecided between 4 and 7
+    pixels.setBit(4, 1, 102, 0);
+    pixels.setPhases(5, {140, 61, 60, 141}); // mean 100.5: 102 differs by 3
+    pixels.setBit(5, 1, 102, 0);
+    pixels.decode(kernels());
+    EXPECT_EQ(pixels.halfPeriod, std::vector<std::uint16_t>(6, 4));
+    EXPECT_EQ(pixels.undecided[0], (std::vector<std::uint8_t>{0, 0, 1, 2, 0, 0}));
+    EXPECT_EQ(pixels.accepted, (std::vector<std::uint8_t>{255, 255, 255, 0, 255, 255}));
+    for (std::size_t pixel = 0; pixel < 5; ++pixel)
+        EXPECT_FLOAT_EQ(pixels.position[pixel], 17.0F);
+    pixels.parameters.minDifferenceHalves = 7; // 3.5 grey levels
+    pixels.decode(kernels());
+    EXPECT_EQ(pixels.undecided[0], (std::vector<std::uint8_t>{0, 0, 1, 2, 0, 2}));
+}
+
+// Every level of a bit against every sum of four phases that whole thresholds can meet, in plain arithmetic.
+TEST_P(Decode, EveryLevelAgainstEveryMean) {
+    for (const int least : {1, 2, 6, 7, 100, 510}) {
+        for (int sum = 0; sum <= 1020; ++sum) {
+            CodedPixels pixels(256, 1);
+            pixels.parameters.hasInverses = false;
+            pixels.parameters.minDifferenceHalves = static_cast<std::uint16_t>(least);
+            for (std::size_t level = 0; level < 256; ++level) {
+                pixels.setPhases(level, {sum / 4, (sum + 1) / 4, (sum + 2) / 4, (sum + 3) / 4});
+                pixels.setBit(level, 0, static_cast<int>(level), 0);
+            }
+            kernels().readBits(pixels.in(), pixels.read(), 0, 256);
+            for (int level = 0; level < 256; ++level) {
+                const auto pixel = static_cast<std::size_t>(level);
+                ASSERT_EQ(pixels.set[0][pixel], 4 * level > sum ? 1 : 0) << sum << ' ' << level;
+                ASSERT_EQ(pixels.undecided[0][pixel], std::abs(4 * level - sum) < least ? 1 : 0) << sum << ' ' << level;
+            }
+        }
+    }
+}
+
+// The modulation promises differences of at least 2 * 40 grey levels; half of that is too little.
+TEST_P(Decode, AmbiguousBits) {
+    CodedPixels pixels(4, 9);
+    for (std::size_t pixel = 0; pixel < 4; ++pixel)
+        pixels.setPhases(pixel, {140, 100, 60, 100});
+    for (std::size_t bit = 0; bit < 9; ++bit) {
+        pixels.setBit(0, bit, 140, 60);
+        pixels.setBit(1, bit, 120, 80);
+        pixels.setBit(2, bit, 80, 119);
+        pixels.setBit(3, bit, bit < 2 ? 100 : 0, bit < 2 ? 100 : 255);
+    }
+    pixels.decode(kernels());
+    const std::vector<float> modulation{40.0F, 40.0F, 40.0F, 40.9F};
+    for (const bool hasInverses : {true, false}) {
+        pixels.parameters.hasInverses = hasInverses;
+        kernels().findAmbiguous(pixels.in(), modulation.data(), pixels.read().undecided, 0, 4);
+        // Against the mean of 100, 120 and 80 differ by 40 just so.
+        const std::uint8_t low = hasInverses ? 255 : 0;
+        const std::uint8_t high = hasInverses ? 1 : 0;
+        EXPECT_EQ(pixels.undecided[0], (std::vector<std::uint8_t>{0, 0, low, 128}));
+        EXPECT_EQ(pixels.undecided[1], (std::vector<std::uint8_t>{0, 0, high, 1}));
+    }
 }
 
 TEST_P(Decode, DarkPixelsAreRejected) {

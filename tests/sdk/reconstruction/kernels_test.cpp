@@ -1,6 +1,7 @@
 // The vector code of every instruction set that this processor has, against the plain code: bit for bit.
 
 #include "codedpixels.h"
+#include "kernels.h"
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
@@ -56,7 +57,7 @@ constexpr std::size_t widths[] = {1, 2, 3, 7, 15, 16, 31, 32, 33, 63, 64, 65, 13
 
 TEST_P(Agreement, Decode) {
     for (const std::size_t width : widths) {
-        for (const std::size_t bitCount : {1U, 8U, 9U, 16U}) {
+        for (const std::size_t bitCount : {1U, 8U, 9U, 16U, 17U, 24U}) {
             CodedPixels plain(width, bitCount);
             for (std::size_t k = 0; k < 4; ++k)
                 plain.phaseImage(k) = bytes(width);
@@ -65,17 +66,25 @@ TEST_P(Agreement, Decode) {
             // A code among neighbours as well, not only noise.
             for (std::size_t pixel = 0; pixel < width; pixel += 2)
                 plain.setCode(pixel, pixel % (std::size_t{1} << bitCount));
-            plain.parameters.minBitDifference = static_cast<std::uint8_t>(1 + width % 20);
+            plain.parameters.hasInverses = (width + bitCount) % 2 == 0;
+            plain.parameters.minDifferenceHalves = static_cast<std::uint16_t>(1 + width % 40);
             plain.parameters.rejectSaturated = width % 2 == 0;
             plain.parameters.saturationLevel = width % 3 == 0 ? 255 : 200;
             CodedPixels vector = plain;
-            plain.decode(Kernels::reference());
-            vector.decode(Kernels::vectorised());
+            plain.decode(Kernels::decodeReference());
+            vector.decode(Kernels::decodeVectorised());
+            EXPECT_EQ(plain.set, vector.set) << width;
+            EXPECT_EQ(plain.undecided, vector.undecided) << width;
             EXPECT_EQ(plain.halfPeriod, vector.halfPeriod) << width;
             EXPECT_EQ(plain.accepted, vector.accepted) << width;
             EXPECT_EQ(plain.saturated, vector.saturated) << width;
             EXPECT_TRUE(sameBytes(plain.modulation, vector.modulation)) << width;
             EXPECT_TRUE(sameBytes(plain.position, vector.position)) << width;
+            Kernels::decodeReference().findAmbiguous(plain.in(), plain.modulation.data(), plain.read().undecided, 0,
+                                                     width);
+            Kernels::decodeVectorised().findAmbiguous(vector.in(), vector.modulation.data(), vector.read().undecided, 0,
+                                                      width);
+            EXPECT_EQ(plain.undecided, vector.undecided) << width;
         }
     }
 }
@@ -112,19 +121,29 @@ TEST_P(Agreement, Triangulate) {
         decoded.accepted = bytes(width);
         for (std::uint8_t& value : decoded.accepted)
             value = value < 30 ? 0 : 255;
+        decoded.modulation = floats(width, 0.0F, 127.0F);
+        CodedPixels decodedRows = decoded;
+        decodedRows.position = floats(width, 0.0F, 768.0F);
+        decodedRows.modulation = floats(width, 0.0F, 127.0F);
+        const Kernels::CrossRow rows{.decoded = decodedRows.out(), .tolerance2 = 90'000.0F};
         std::vector<std::vector<float>> results;
         for (const Kernels::Set* set : {&Kernels::reference(), &Kernels::vectorised()}) {
             std::vector<float> x(width), y(width), z(width);
-            set->triangulate(g, {.x = rayX.data(), .y = rayY.data()}, decoded.out(),
-                             {.x = x.data(), .y = y.data(), .z = z.data()}, 0, width);
+            const Kernels::CoordinateRow out{.x = x.data(), .y = y.data(), .z = z.data()};
+            set->triangulate(g, {.x = rayX.data(), .y = rayY.data()}, decoded.out(), out, 0, width);
+            results.insert(results.end(), {x, y, z});
+            set->triangulateBoth(g, {.x = rayX.data(), .y = rayY.data()}, decoded.out(), rows, out, 0, width);
             results.insert(results.end(), {x, y, z});
         }
-        for (std::size_t i = 0; i < 3; ++i)
-            EXPECT_TRUE(sameBytes(results[i], results[i + 3])) << width << " coordinate " << i;
+        for (std::size_t i = 0; i < 6; ++i)
+            EXPECT_TRUE(sameBytes(results[i], results[i + 6])) << width << " coordinate " << i;
         if (width == 1944) {
             const auto valid = std::count_if(results[2].begin(), results[2].end(), [](float z) { return z == z; });
             EXPECT_GT(valid, 100);
             EXPECT_LT(valid, 1900);
+            const auto both = std::count_if(results[5].begin(), results[5].end(), [](float z) { return z == z; });
+            EXPECT_GT(both, 50);
+            EXPECT_LT(both, valid);
         }
     }
 }

@@ -15,12 +15,12 @@ namespace {
 
 using namespace Vorta;
 using Reconstruction::Parameters;
-using Reconstruction::planSequence;
 using Reconstruction::Reconstructor;
 using Reconstruction::ReconstructorOptions;
 using Simulation::Light;
 using Simulation::Plane;
 using Simulation::render;
+using Simulation::sequenceFor;
 
 /// Depth errors of a cloud against the plane that was rendered.
 struct Errors {
@@ -57,7 +57,7 @@ Errors measure(const Driver::Calibration& head, const Plane& plane, const PointC
 PointCloud reconstruct(const Driver::Calibration& head, const Driver::ImageStack& images,
                        const Parameters& parameters = {}, const ReconstructorOptions& options = {}) {
     PointCloud cloud;
-    Reconstructor(head, planSequence(head.projector), options).reconstruct(images, parameters, cloud);
+    Reconstructor(head, sequenceFor(head), options).reconstruct(images, parameters, cloud);
     return cloud;
 }
 
@@ -70,7 +70,7 @@ TEST(Reconstructor, TiltedPlaneWithoutNoise) {
     for (const bool distorted : {false, true}) {
         const Driver::Calibration head = Simulation::smallHead(distorted);
         const Plane plane{.normal = {0.25, -0.15, 0.957}, .distance = 670.0};
-        const PointCloud cloud = reconstruct(head, render(head, planSequence(head.projector), plane, {}));
+        const PointCloud cloud = reconstruct(head, render(head, sequenceFor(head), plane, {}));
         ASSERT_EQ(cloud.width(), 243U);
         ASSERT_EQ(cloud.height(), 150U);
         const Errors errors = measure(head, plane, cloud);
@@ -85,8 +85,8 @@ TEST(Reconstructor, TiltedPlaneWithoutNoise) {
 TEST(Reconstructor, DepthNoiseAtWorkingDistance) {
     const Driver::Calibration head = Simulation::smallHead(true);
     const Plane plane;
-    const Light light{.noise = 1.5, .blurColumns = 0.6};
-    const PointCloud cloud = reconstruct(head, render(head, planSequence(head.projector), plane, light));
+    const Light light{.noise = 1.5, .blurPixels = 0.6};
+    const PointCloud cloud = reconstruct(head, render(head, sequenceFor(head), plane, light));
     const Errors errors = measure(head, plane, cloud);
     std::cout << "depth RMS " << errors.rms << " mm, largest error " << errors.largest << " mm, " << errors.valid
               << " of " << errors.lit << " points\n";
@@ -100,8 +100,8 @@ TEST(Reconstructor, DepthNoiseAtWorkingDistance) {
 TEST(Reconstructor, WeakFringesLoseAccuracyButNoPeriod) {
     const Driver::Calibration head = Simulation::smallHead(false);
     const Plane plane;
-    const Light light{.white = 20.0, .noise = 1.5, .blurColumns = 0.6};
-    const PointCloud cloud = reconstruct(head, render(head, planSequence(head.projector), plane, light));
+    const Light light{.white = 20.0, .noise = 1.5, .blurPixels = 0.6};
+    const PointCloud cloud = reconstruct(head, render(head, sequenceFor(head), plane, light));
     const Errors errors = measure(head, plane, cloud);
     EXPECT_LT(errors.rms, 0.6);
     EXPECT_LT(errors.largest, 4.0);
@@ -111,7 +111,7 @@ TEST(Reconstructor, WeakFringesLoseAccuracyButNoPeriod) {
 TEST(Reconstructor, NoiseAloneIsRejected) {
     const Driver::Calibration head = Simulation::smallHead(false);
     const Light light{.white = 0.0, .noise = 1.5};
-    const PointCloud cloud = reconstruct(head, render(head, planSequence(head.projector), {}, light));
+    const PointCloud cloud = reconstruct(head, render(head, sequenceFor(head), {}, light));
     const auto valid = std::ranges::count_if(cloud.points(), &Point::isValid);
     EXPECT_LT(valid, 4); // of 36450
 }
@@ -119,13 +119,13 @@ TEST(Reconstructor, NoiseAloneIsRejected) {
 TEST(Reconstructor, ContrastIsTheModulation) {
     const Driver::Calibration head = Simulation::smallHead(false);
     const Light light{.white = 160.0};
-    const PointCloud cloud = reconstruct(head, render(head, planSequence(head.projector), {}, light));
+    const PointCloud cloud = reconstruct(head, render(head, sequenceFor(head), {}, light));
     EXPECT_NEAR(cloud(75, 121).contrast, 80.0F, 0.8F);
 }
 
 TEST(Reconstructor, RejectedPointsKeepContrastAndColour) {
     const Driver::Calibration head = Simulation::smallHead(false);
-    const Driver::ImageStack images = render(head, planSequence(head.projector), {}, {.black = 0.0, .ambient = 0.0});
+    const Driver::ImageStack images = render(head, sequenceFor(head), {}, {.black = 0.0, .ambient = 0.0});
     const PointCloud all = reconstruct(head, images);
     const PointCloud none = reconstruct(head, images, {.minModulation = 100.0});
     EXPECT_TRUE(all(75, 121).isValid());
@@ -141,7 +141,7 @@ TEST(Reconstructor, RejectedPointsKeepContrastAndColour) {
 
 TEST(Reconstructor, SaturatedPointsAreRejectedUnlessAllowed) {
     const Driver::Calibration head = Simulation::smallHead(false);
-    const Driver::ImageStack images = render(head, planSequence(head.projector), {}, {.white = 330.0});
+    const Driver::ImageStack images = render(head, sequenceFor(head), {}, {.white = 330.0});
     const PointCloud strict = reconstruct(head, images);
     const PointCloud lenient = reconstruct(head, images, {.rejectSaturated = false});
     std::size_t white = 0;
@@ -167,7 +167,7 @@ void transplant(const Driver::ImageStack& from, Driver::ImageStack& to, std::siz
 // the rows that threads share out.
 TEST(Reconstructor, SmallPatchesAwayFromTheirSurroundingsAreOutliers) {
     const Driver::Calibration head = Simulation::smallHead(false);
-    const Reconstruction::SequenceLayout layout = planSequence(head.projector);
+    const Reconstruction::SequenceLayout layout = sequenceFor(head);
     Driver::ImageStack images = render(head, layout, {}, {});
     const Driver::ImageStack closer = render(head, layout, {.distance = 600.0}, {});
     transplant(closer, images, 62, 100, 3, 3);
@@ -199,7 +199,7 @@ TEST(Reconstructor, SmallPatchesAwayFromTheirSurroundingsAreOutliers) {
 TEST(Reconstructor, ThreadsAndArithmeticDoNotChangeAByte) {
     const Driver::Calibration head = Simulation::smallHead(true);
     const Driver::ImageStack images =
-        render(head, planSequence(head.projector), {}, {.white = 230.0, .noise = 4.0, .blurColumns = 0.7});
+        render(head, sequenceFor(head), {}, {.white = 230.0, .noise = 4.0, .blurPixels = 0.7});
     const Parameters parameters{.redBalance = 1.31, .blueBalance = 1.77, .blackLevel = 4.0};
     const PointCloud plain = reconstruct(head, images, parameters,
                                          {.threads = 1, .arithmetic = ReconstructorOptions::Arithmetic::Reference});
@@ -210,8 +210,8 @@ TEST(Reconstructor, ThreadsAndArithmeticDoNotChangeAByte) {
 
 TEST(Reconstructor, WorksInPlaceWithoutAllocating) {
     const Driver::Calibration head = Simulation::smallHead(false);
-    const Driver::ImageStack images = render(head, planSequence(head.projector), {}, {});
-    Reconstructor reconstructor(head, planSequence(head.projector), {.threads = 3});
+    const Driver::ImageStack images = render(head, sequenceFor(head), {}, {});
+    Reconstructor reconstructor(head, sequenceFor(head), {.threads = 3});
     PointCloud cloud(10, 10);
     const PointCloud before = cloud;
     reconstructor.reconstruct(images, {}, cloud);
@@ -229,8 +229,8 @@ TEST(Reconstructor, WorksInPlaceWithoutAllocating) {
 TEST(Reconstructor, TakesAnotherCalibration) {
     const Driver::Calibration straight = Simulation::smallHead(false);
     const Driver::Calibration distorted = Simulation::smallHead(true);
-    const Driver::ImageStack images = render(distorted, planSequence(distorted.projector), {}, {});
-    Reconstructor reconstructor(straight, planSequence(straight.projector));
+    const Driver::ImageStack images = render(distorted, sequenceFor(distorted), {}, {});
+    Reconstructor reconstructor(straight, sequenceFor(straight));
     PointCloud cloud;
     reconstructor.reconstruct(images, {}, cloud);
     EXPECT_FALSE(sameBytes(cloud, reconstruct(distorted, images)));
@@ -244,7 +244,7 @@ TEST(Reconstructor, TakesAnotherCalibration) {
 
 TEST(Reconstructor, RefusesWhatDoesNotFit) {
     const Driver::Calibration head = Simulation::smallHead(false);
-    const Reconstruction::SequenceLayout layout = planSequence(head.projector);
+    const Reconstruction::SequenceLayout layout = sequenceFor(head);
     Reconstructor reconstructor(head, layout);
     EXPECT_EQ(reconstructor.layout(), layout);
     PointCloud cloud;
@@ -262,7 +262,8 @@ TEST(Reconstructor, RefusesWhatDoesNotFit) {
           Parameters{.outlierThresholdMm = -0.1}, Parameters{.outlierThresholdMm = 1.1e6},
           Parameters{.outlierThresholdMm = std::nan("")}, Parameters{.redBalance = 100.1},
           Parameters{.redBalance = -1.0}, Parameters{.blueBalance = 101.0}, Parameters{.blackLevel = -1.0},
-          Parameters{.blackLevel = 256.0}})
+          Parameters{.blackLevel = 256.0}, Parameters{.gamma = 0.09}, Parameters{.gamma = 10.1},
+          Parameters{.gamma = std::nan("")}})
         EXPECT_THROW(reconstructor.reconstruct(images, parameters, cloud), ArgumentOutOfRangeException);
     EXPECT_TRUE(cloud.empty());
     reconstructor.reconstruct(images, {}, cloud);
@@ -281,8 +282,13 @@ TEST(Reconstructor, RefusesWhatDoesNotFit) {
     refused([](auto& l) { l.axes.front().bitCount = 0; });
     refused([](auto& l) { l.axes.front().firstBit = 5; });
     refused([](auto& l) { l.axes.front().firstPhase = 17; });
-    refused([](auto& l) { l.axes.front().phaseSteps = 3; });
-    refused([](auto& l) { l.lattice = Driver::Lattice::Diamond; });
+    refused([](auto& l) { l.imageCount = 19; });
+    refused([](auto& l) { l.options.rows = true; });
+    refused([](auto& l) { l.options.inverse = false; });
+    refused([](auto& l) { l.options.lattice = Driver::Lattice::Diamond; });
+    refused([](auto& l) { l.options.code = Reconstruction::SequenceOptions::Code::ErrorCorrecting; });
+    EXPECT_THROW(Reconstructor(head, Reconstruction::planSequence(1000, 768)), ArgumentInvalidException);
+    EXPECT_THROW(Reconstructor(head, Reconstruction::planSequence(1024, 800)), ArgumentInvalidException);
 }
 
 } // namespace

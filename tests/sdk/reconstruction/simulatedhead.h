@@ -43,17 +43,46 @@ struct Sight {
 /// baseline 200 mm, turned towards 700 mm; both lenses distort when asked.
 [[nodiscard]] Vorta::Driver::Calibration smallHead(bool distorted);
 
+/// The same camera and lenses with the projector 200 mm away at 45 degrees to the rows, below on the right.
+[[nodiscard]] Vorta::Driver::Calibration diagonalHead();
+
+/// The sequence of a head's projector, with inverses unless the options say otherwise.
+[[nodiscard]] Vorta::Reconstruction::SequenceLayout
+sequenceFor(const Vorta::Driver::Calibration& head,
+            const Vorta::Reconstruction::SequenceOptions& options = {.inverse = true});
+
+/// Light that reaches a pixel by way of another surface: that of another projector pixel.
+struct Echo {
+    double share = 0.0; // of the direct light
+    double columns = 0.0;
+    double rows = 0.0;
+};
+
 struct Light {
-    double black = 4.0;       // grey levels without any light
-    double ambient = 3.0;     // grey levels of light that the projector does not give
-    double white = 160.0;     // grey levels of the projector's full light
-    double noise = 0.0;       // standard deviation in grey levels
-    double blurColumns = 0.0; // Gaussian blur of the projected image, 0 = fringes are perfect cosines
+    double black = 4.0;      // grey levels without any light
+    double ambient = 3.0;    // grey levels of light that the projector does not give
+    double white = 160.0;    // grey levels of the projector's full light
+    double noise = 0.0;      // standard deviation in grey levels
+    double blurPixels = 0.0; // Gaussian blur of the projected image, 0 = fringes are perfect cosines
+    double gamma = 1.0;      // tone curve 255 (input / 255)^(1 / gamma), before the black level and the noise
+    Echo echo = {};
     std::uint32_t seed = 1;
 };
 
-/// The raw images of a sequence on a plane. With blur the patterns of `generateSequence` are projected as they are,
-/// each column an even strip, and blurred; without, the cosine is exact and code edges run over one column.
+/// Where a pixel sees the projected image, in pixels from its top left corner.
+struct Spot {
+    double column = 0.0;
+    double row = 0.0;
+};
+
+/// The raw images of pixels that see these spots, or no projected light. With blur the patterns of `generateSequence`
+/// are projected as they are and blurred: each column or row an even strip, half columns linearly interpolated between
+/// their centres, dark beyond. Without, the cosine is exact and code edges run over one pixel.
+[[nodiscard]] Vorta::Driver::ImageStack expose(const Vorta::Reconstruction::SequenceLayout& layout,
+                                               const std::vector<std::optional<Spot>>& spots, std::size_t height,
+                                               std::size_t width, const Light& light);
+
+/// The raw images of a sequence on a plane.
 [[nodiscard]] Vorta::Driver::ImageStack render(const Vorta::Driver::Calibration& head,
                                                const Vorta::Reconstruction::SequenceLayout& layout, const Plane& plane,
                                                const Light& light);
