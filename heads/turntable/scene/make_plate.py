@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes plate.obj: the turntable's plate, 110 mm in radius and 12 mm high with its top at z = 0 and a bevelled rim."""
+"""Makes plate.obj: the turntable's plate, 90 mm in radius and 12 mm high with its top at z = 0 and a bevelled rim."""
 
 import math
 
 SEGMENTS = 96
-PROFILE = [(108.0, 0.0), (110.0, -2.0), (110.0, -12.0)]  # radius, height; from the top's edge down
+PROFILE = [(88.0, 0.0), (90.0, -2.0), (90.0, -12.0)]  # radius, height; from the top's edge down
 
 with open("plate.obj", "w") as f:
     f.write("# A turntable's plate, mm, z up\nv 0 0 0\n")

@@ -159,7 +159,8 @@ TEST(Sensor, AWideIrisBlursThePatternAwayFromTheFocus) {
         const auto row = images.row(0, 75).subspan(100, 40);
         return *std::ranges::max_element(row) - *std::ranges::min_element(row);
     };
-    EXPECT_GT(contrast(700.0, 4), 110);
+    // In focus a column's 0.95955 of 120 beside its neighbour's 0.04045, as the level table has them.
+    EXPECT_NEAR(contrast(700.0, 4), 110, 1);
     EXPECT_GT(contrast(1000.0, 1), contrast(1000.0, 2) + 2);
     EXPECT_GT(contrast(1000.0, 2), contrast(1000.0, 4) + 10);
 }

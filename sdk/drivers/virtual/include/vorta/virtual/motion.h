@@ -13,7 +13,7 @@ struct Scene;
 /// Turns the moving objects of a scene about an axis, by one step for each capture. In camera coordinates.
 struct Turntable {
     Vec3 axis{0.0, 0.0, 1.0}; ///< unit length
-    Vec3 centre;              ///< a point on the axis, mm
+    Vec3 centre = {};         ///< a point on the axis, mm
     double degreesPerCapture = 0.0;
 
     /// Number of captures after which the first pose comes again; 0 when it does not within 3600.
