@@ -31,11 +31,13 @@ struct VirtualHead {
     std::string model = "VORTA Test";
     std::string driver = "ToshibaTeli";
     std::string firmware = "VORTA 0.9.21";
+    std::string productRevision = {}; ///< "Rev0" to "Rev3"; Rev3 when empty
     std::size_t width = 243;
     std::size_t height = 150;
     std::uint64_t seed = 1;
     bool noise = true;
     std::string scene = planeScene(); ///< text of the scene file
+    std::string faults = {};          ///< keys of the faults' map, for instance "capture: too hot, afterCaptures: 2"
     std::string more = {};            ///< further lines of the head file, for instance "temperatures: {head: 40}\n"
 };
 
@@ -67,7 +69,8 @@ public:
 
     [[nodiscard]] const std::filesystem::path& folder() const noexcept { return folder_; }
 
-    /// Plugs the head in and returns its file. Plugging the same serial number again replaces the head.
+    /// Plugs the head in and returns its file. Plugging the same serial number again replaces the file: for a
+    /// head that is open this changes the faults.
     std::filesystem::path plug(const VirtualHead& head) {
         std::filesystem::create_directories(folder_ / "scenes");
         write(folder_ / "scenes" / (head.serialNumber + ".yml"), head.scene);
@@ -75,8 +78,12 @@ public:
         text << "driver: " << head.driver << "\nmodel: " << head.model << "\nserialNumber: " << head.serialNumber
              << "\nfirmware: " << head.firmware << "\nscene: scenes/" << head.serialNumber
              << ".yml\nseed: " << head.seed << "\nsensor: {width: " << head.width << ", height: " << head.height
-             << ", noise: " << (head.noise ? "true" : "false") << "}\n"
-             << head.more;
+             << ", noise: " << (head.noise ? "true" : "false") << "}\n";
+        if (!head.productRevision.empty())
+            text << "productRevision: " << head.productRevision << '\n';
+        if (!head.faults.empty())
+            text << "faults: {" << head.faults << "}\n";
+        text << head.more;
         return plugText(head.serialNumber, text.str());
     }
 

@@ -29,6 +29,12 @@ TEST(HeadFile, LeavesEverythingButSerialNumberAndSceneOpen) {
     EXPECT_EQ(head.bayerLayout, Driver::BayerLayout::BGGR);
     EXPECT_TRUE(head.sensor.noise);
     EXPECT_TRUE(head.temperatures.lens.has_value());
+    EXPECT_FALSE(head.warmUp.has_value());
+    EXPECT_FALSE(head.drift.has_value());
+    EXPECT_TRUE(head.faults.connect.empty());
+    EXPECT_TRUE(head.faults.capture.empty());
+    EXPECT_FALSE(head.faults.stopAfterImages.has_value());
+    EXPECT_EQ(head.faults.delayS, 0.0);
 }
 
 TEST(HeadFile, ReadsEveryKey) {
@@ -48,7 +54,14 @@ calibration:
   projector: {focal: [201, 202], centre: [255, 191], distortion: [-0.1, -0.2, -0.3, -0.4, -0.5]}
   rotation: [0, -1, 0, 1, 0, 0, 0, 0, 1]
   translation: [1, 2, 3]
-temperatures: {head: 40.5, led: 55}
+temperatures: {head: 40.5, led: 55, ambient: 21, timeConstant: 300}
+drift:
+  reference: 30
+  camera: {focal: 8, centre: [0.01, -0.02]}
+  projector: {focal: [-5, 6], centre: [0.03, 0.04]}
+  translation: [0.001, 0.002, 0.003]
+  rotation: [0.0001, 0.0002, 0.0003]
+faults: {connect: no answer, capture: too hot, afterCaptures: 4, stopAfterImages: 5, timeout: 0.5, delay: 0.25}
 )");
     EXPECT_EQ(head.driver, "IDS");
     EXPECT_EQ(head.identity.modelName, "M 1");
@@ -90,6 +103,23 @@ temperatures: {head: 40.5, led: 55}
     EXPECT_FALSE(head.temperatures.lens.has_value());
     EXPECT_FALSE(head.temperatures.pcb.has_value());
     EXPECT_FALSE(head.temperatures.dmd.has_value());
+    ASSERT_TRUE(head.warmUp.has_value());
+    EXPECT_EQ(head.warmUp->ambient, 21.0);
+    EXPECT_EQ(head.warmUp->timeConstantS, 300.0);
+    ASSERT_TRUE(head.drift.has_value());
+    EXPECT_EQ(head.drift->reference, 30.0);
+    EXPECT_EQ(head.drift->camera.focalPpm, (std::array{8.0, 8.0}));
+    EXPECT_EQ(head.drift->camera.centrePixels, (std::array{0.01, -0.02}));
+    EXPECT_EQ(head.drift->projector.focalPpm, (std::array{-5.0, 6.0}));
+    EXPECT_EQ(head.drift->projector.centrePixels, (std::array{0.03, 0.04}));
+    EXPECT_EQ(head.drift->translationMm, (std::array{0.001, 0.002, 0.003}));
+    EXPECT_EQ(head.drift->rotationDegrees, (std::array{0.0001, 0.0002, 0.0003}));
+    EXPECT_EQ(head.faults.connect, "no answer");
+    EXPECT_EQ(head.faults.capture, "too hot");
+    EXPECT_EQ(head.faults.afterCaptures, 4U);
+    EXPECT_EQ(head.faults.stopAfterImages, 5U);
+    EXPECT_EQ(head.faults.timeoutS, 0.5);
+    EXPECT_EQ(head.faults.delayS, 0.25);
 }
 
 TEST(HeadFile, DefaultGeometryScalesWithTheSensor) {
@@ -130,11 +160,15 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"serialNumber: A\n", 1, "a head needs a 'scene' file."},
         Refusal{"serialNumber: [A]\nscene: s\n", 1, "'serialNumber' must be a text."},
         Refusal{"serialNumber: A\nscene: s\nserialNumber: B\n", 3, "'serialNumber' stands here a second time."},
-        Refusal{"serialNumber: A\nscene: s\ngian: 2\n", 3,
-                "unknown key 'gian'; known here are calibration, driver, firmware, model, productRevision, projector, "
-                "scene, seed, sensor, serialNumber, temperatures."},
+        Refusal{
+            "serialNumber: A\nscene: s\ngian: 2\n", 3,
+            "unknown key 'gian'; known here are calibration, drift, driver, faults, firmware, model, productRevision, "
+            "projector, scene, seed, sensor, serialNumber, temperatures."},
         Refusal{"serialNumber: A\nscene: s\ndriver: Nobody\n", 3,
-                "'driver' must be one of ToshibaTeli, IDS, PtGrey, NetCDF, not 'Nobody'."},
+                "'driver' must be one of ToshibaTeli, IDS, PtGrey, not 'Nobody'."},
+        Refusal{"serialNumber: A\nscene: s\ndriver: NetCDF\n", 3,
+                "NetCDF replays data files and lists no virtual heads; 'driver' must be one of ToshibaTeli, IDS, "
+                "PtGrey."},
         Refusal{"serialNumber: A\nscene: s\nproductRevision: Rev4\n", 3,
                 "'productRevision' must be one of Rev0, Rev1, Rev2, Rev3, not 'Rev4'."},
         Refusal{"serialNumber: A\nscene: s\nseed: -1\n", 3,
@@ -172,7 +206,41 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"serialNumber: A\nscene: s\ncalibration:\n  rotation: [1, 0, 0, 0, 1, 0, 0, 0, -1]\n", 4,
                 "'rotation' is not a rotation matrix: its rows must be orthonormal and right-handed."},
         Refusal{"serialNumber: A\nscene: s\ntemperatures: {lens: -300}\n", 3,
-                "'lens' is -300 but must be between -100 and 200."}));
+                "'lens' is -300 but must be between -100 and 200."},
+        Refusal{"serialNumber: A\nscene: s\ntemperatures:\n  ambient: 20\n", 4,
+                "'ambient' is where the head starts to warm up from; it needs a 'timeConstant'."},
+        Refusal{"serialNumber: A\nscene: s\ntemperatures:\n  timeConstant: 0\n", 4,
+                "'timeConstant' is 0 but must be between 0.001 and 1e+06."},
+        Refusal{"serialNumber: A\nscene: s\ntemperatures:\n  lense: 1\n", 4,
+                "unknown key 'lense'; known here are ambient, dmd, head, led, lens, pcb, timeConstant."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  camera:\n    focal: 2000\n", 5,
+                "'focal' is 2000 but must be between -1000 and 1000."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  projector:\n    centre: 0.1\n", 5,
+                "'centre' must be a list of 2 numbers."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  projector: {distortion: [0]}\n", 4,
+                "unknown key 'distortion'; known here are centre, focal."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  translation: [0, 2, 0]\n", 4,
+                "'translation' is 2 but must be between -1 and 1."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  rotation: [0, 0, -0.2]\n", 4,
+                "'rotation' is -0.2 but must be between -0.1 and 0.1."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  reference: 500\n", 4,
+                "'reference' is 500 but must be between -100 and 200."},
+        Refusal{"serialNumber: A\nscene: s\ndrift:\n  scale: 1\n", 4,
+                "unknown key 'scale'; known here are camera, projector, reference, rotation, translation."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  connect: [a]\n", 4, "'connect' must be a text."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  afterCaptures: 3\n", 4,
+                "'afterCaptures' needs the 'capture' fault that sets in then."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  capture: hot\n  afterCaptures: -1\n", 5,
+                "'afterCaptures' must be a whole number between 0 and 1000000, not '-1'."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  stopAfterImages: some\n", 4,
+                "'stopAfterImages' must be a whole number between 0 and 1000000, not 'some'."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  timeout: 1\n", 4,
+                "'timeout' needs the 'stopAfterImages' whose missing images are waited for."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  delay: -1\n", 4,
+                "'delay' is -1 but must be between 0 and 1e+06."},
+        Refusal{"serialNumber: A\nscene: s\nfaults:\n  break: now\n", 4,
+                "unknown key 'break'; known here are afterCaptures, capture, connect, delay, stopAfterImages, "
+                "timeout."}));
 
 TEST(HeadFile, SaysThatAFileCannotBeRead) {
     EXPECT_EQ(wordsOf([] { (void)Virtual::loadHead("/nowhere/head.yml"); }), "'/nowhere/head.yml' cannot be read.");
@@ -227,15 +295,27 @@ TEST(HeadFile, DocumentationShowsTheDefaults) {
 TEST(SceneFile, DocumentationShowsAValidScene) {
     VirtualHeads folder;
     std::ofstream(folder.folder() / "duck.obj") << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
-    EXPECT_EQ(Virtual::loadScene(folder.plugText("scene", documented(1))).objects.size(), 5U);
+    EXPECT_EQ(Virtual::loadScene(folder.plugText("scene", documented(2))).objects.size(), 5U);
+}
+
+TEST(HeadFile, DocumentationShowsWarmUpDriftAndFaults) {
+    const Virtual::HeadDescription head = loadHeadText(documented(1));
+    EXPECT_TRUE(head.warmUp.has_value());
+    EXPECT_TRUE(head.drift.has_value());
+    EXPECT_FALSE(head.faults.capture.empty());
 }
 
 TEST(HeadFile, ReadsTheHeadsThatAreShipped) {
     const std::filesystem::path heads = std::filesystem::path(VORTA_SOURCE_DIR) / "heads";
-    for (const char* file : {"demo/demo.yml", "plane/plane.yml", "plane/plane-small.yml"}) {
-        const Virtual::HeadDescription head = Virtual::loadHead(heads / file);
-        EXPECT_FALSE(Virtual::loadScene(head.sceneFile).objects.empty()) << file;
-    }
+    std::size_t count = 0;
+    for (const auto& folder : std::filesystem::directory_iterator(heads))
+        for (const auto& file : std::filesystem::directory_iterator(folder))
+            if (file.path().extension() == ".yml") {
+                const Virtual::HeadDescription head = Virtual::loadHead(file.path());
+                EXPECT_FALSE(Virtual::loadScene(head.sceneFile).objects.empty()) << file.path();
+                ++count;
+            }
+    EXPECT_EQ(count, 7U);
 }
 
 } // namespace

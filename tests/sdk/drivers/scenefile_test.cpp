@@ -66,6 +66,26 @@ objects:
     EXPECT_EQ(scene.objects[2].material.albedo, (Virtual::Colour{0.9, 0.9, 0.9}));
 }
 
+TEST(SceneFile, ReadsAMotionInTheScenesFrame) {
+    const Virtual::Scene scene = loadSceneText(R"(
+frame: {position: [0, 0, 700], rotation: [0, 90, 0]}
+motion: {turntable: {axis: [0, 0, 2], centre: [10, 0, 5], degreesPerCapture: -4.5}}
+objects:
+  - {sphere: {}, moving: true}
+  - {sphere: {}, moving: false}
+  - {sphere: {}}
+)");
+    ASSERT_TRUE(scene.turntable.has_value());
+    EXPECT_NEAR(scene.turntable->axis.x, 1.0, 1e-12); // a quarter turn about y carries z to x
+    EXPECT_NEAR(scene.turntable->centre.x, 5.0, 1e-12);
+    EXPECT_NEAR(scene.turntable->centre.z, 690.0, 1e-12);
+    EXPECT_EQ(scene.turntable->degreesPerCapture, -4.5);
+    EXPECT_TRUE(scene.objects[0].moving);
+    EXPECT_FALSE(scene.objects[1].moving);
+    EXPECT_FALSE(scene.objects[2].moving);
+    EXPECT_FALSE(loadSceneText("objects: [{sphere: {}}]\n").turntable.has_value());
+}
+
 TEST(SceneFile, AnEmptySceneIsAMapToo) {
     EXPECT_TRUE(loadSceneText("background: 0\n").objects.empty());
 }
@@ -120,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"objects: {sphere: {}}\n", 1, "'objects' must be a list."},
         Refusal{"objects:\n  - box: {size: [1, 2]}\n", 2, "'size' must be a list of 3 numbers."},
         Refusal{"objects:\n  - plane: {}\n    colour: red\n", 3,
-                "unknown key 'colour'; known here are box, material, mesh, plane, position, rotation, sphere."},
+                "unknown key 'colour'; known here are box, material, mesh, moving, plane, position, rotation, sphere."},
         Refusal{"objects:\n  - plane: {}\n    material: glass\n", 3, "there is no material 'glass' in this file."},
         Refusal{"objects:\n  - plane: {}\n    material: {albedo: 1.2}\n", 3,
                 "'albedo' is 1.2 but must be between 0 and 1."},
@@ -138,6 +158,21 @@ INSTANTIATE_TEST_SUITE_P(
                 "triangle 0 names a vertex that is not there; they count from 0 to 1 exclusive."},
         Refusal{"objects:\n  - mesh:\n      vertices: [[0, 0]]\n", 3,
                 "each entry of 'vertices' must be a list of 3 numbers."},
+        Refusal{"objects:\n  - plane: {}\n    moving: yes\n", 3, "'moving' must be true or false."},
+        Refusal{"objects:\n  - plane: {}\n    moving: true\n", 2,
+                "an object is 'moving' but the scene has no 'motion'."},
+        Refusal{"motion: {turntable: {degreesPerCapture: 3}}\nobjects:\n  - plane: {}\n", 1,
+                "nothing moves: no object is marked 'moving: true'."},
+        Refusal{"motion: {}\n", 1, "a motion needs a 'turntable'."},
+        Refusal{"motion: {slide: {}, turntable: {degreesPerCapture: 3}}\n", 1,
+                "unknown key 'slide'; known here are turntable."},
+        Refusal{"motion:\n  turntable: {axis: [0, 0, 1]}\n", 2, "a turntable needs 'degreesPerCapture'."},
+        Refusal{"motion:\n  turntable: {axis: [0, 0, 0], degreesPerCapture: 3}\n", 2,
+                "'axis' must be a direction other than 0."},
+        Refusal{"motion:\n  turntable: {degreesPerCapture: 270}\n", 2,
+                "'degreesPerCapture' is 270 but must be between -180 and 180."},
+        Refusal{"motion:\n  turntable: {degreesPerCapture: 3, speed: 1}\n", 2,
+                "unknown key 'speed'; known here are axis, centre, degreesPerCapture."},
         Refusal{"objects:\n  - mesh: {scale: 2, vertices: [], triangles: []}\n", 2,
                 "'scale' belongs to a mesh from a file."}));
 

@@ -1,6 +1,6 @@
 #include "bareheads.h"
 
-#include "vorta/virtual/view.h"
+#include "vorta/virtual/viewtracer.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,8 @@ namespace Vorta::Testing {
 namespace {
 
 Virtual::View trace(const Virtual::HeadDescription& head, const std::string& scene, unsigned threads = 1) {
-    return Virtual::traceView(head, loadSceneText(scene), threads);
+    const Virtual::Scene loaded = loadSceneText(scene);
+    return Virtual::ViewTracer(head, loaded, threads).at(0);
 }
 
 TEST(View, DepthOfAPlane) {

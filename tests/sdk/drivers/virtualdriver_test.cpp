@@ -66,7 +66,7 @@ std::string runtimeWordsOf(Action action) {
 TEST(VirtualDriver, ListsItsOwnHeadsBySerialNumber) {
     VirtualHeads heads;
     heads.plug({.serialNumber = "B"});
-    heads.plug({.serialNumber = "A", .model = "First", .firmware = "VORTA 0.9.20", .more = "productRevision: Rev2\n"});
+    heads.plug({.serialNumber = "A", .model = "First", .firmware = "VORTA 0.9.20", .productRevision = "Rev2"});
     heads.plug({.serialNumber = "C", .driver = "IDS"});
     Virtual::VirtualDriver driver("ToshibaTeli");
     const std::vector<Driver::HeadIdentity> found = driver.heads();
@@ -244,21 +244,26 @@ TEST(VirtualHead, RefusesAConfigurationOutOfRange) {
     EXPECT_EQ(refused({.iris = 63, .maxIris = 63}), "nothing");
 }
 
-TEST(Plugin, CarriesItsNameAndCreatesTheDriver) {
-    const boost::dll::shared_library plugin(std::filesystem::path(VORTA_BIN_DIR) / "VortaCameraToshibaTeli.dll");
+class Plugin : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(Plugin, CarriesItsNameAndCreatesTheDriver) {
+    const std::string name = GetParam();
+    const boost::dll::shared_library plugin(std::filesystem::path(VORTA_BIN_DIR) / ("VortaCamera" + name + ".dll"));
     const auto create = plugin.get<Driver::Driver*(std::uint32_t)>("vortaCreateDriver");
     EXPECT_EQ(create(Driver::interfaceVersion + 1), nullptr);
     const std::unique_ptr<Driver::Driver> driver(create(Driver::interfaceVersion));
     ASSERT_NE(driver, nullptr);
     VirtualHeads heads;
-    heads.plug({.serialNumber = "A"});
-    heads.plug({.serialNumber = "B", .driver = "PtGrey"});
-    EXPECT_THAT(serialNumbers(*driver), ElementsAre("A"));
-    const auto head = driver->open("A");
+    for (const char* other : {"ToshibaTeli", "IDS", "PtGrey"})
+        heads.plug({.serialNumber = std::string("of ") + other, .driver = other});
+    EXPECT_THAT(serialNumbers(*driver), ElementsAre("of " + name));
+    const auto head = driver->open("of " + name);
     Driver::ImageStack images;
     head->acquire(flat(1.0F), images);
     EXPECT_EQ(images.count(), 1U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, Plugin, ::testing::Values("ToshibaTeli", "IDS", "PtGrey"));
 
 } // namespace
 } // namespace Vorta::Testing

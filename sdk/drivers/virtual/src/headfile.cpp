@@ -16,10 +16,14 @@ constexpr Limits fraction{.minimum = 0.0, .maximum = 1.0};
 constexpr Limits positive{.minimum = 1e-6, .maximum = 1e9};
 constexpr Limits nonNegative{.minimum = 0.0, .maximum = 1e9};
 constexpr Limits celsius{.minimum = -100.0, .maximum = 200.0};
+constexpr Limits seconds{.minimum = 1e-3, .maximum = 1e6};
 
 void readIdentity(const YamlMap& yaml, HeadDescription& head) {
-    static constexpr std::array<std::string_view, 4> drivers{"ToshibaTeli", "IDS", "PtGrey", "NetCDF"};
+    static constexpr std::array<std::string_view, 3> drivers{"ToshibaTeli", "IDS", "PtGrey"};
     static constexpr std::array<std::string_view, 4> revisions{"Rev0", "Rev1", "Rev2", "Rev3"};
+    if (yaml.text("driver", drivers[0]) == "NetCDF")
+        yaml.fail("driver", "NetCDF replays data files and lists no virtual heads; 'driver' must be one of "
+                            "ToshibaTeli, IDS, PtGrey.");
     head.driver = drivers[yaml.choice("driver", 0, drivers)];
     head.identity.modelName = yaml.text("model", "VORTA Virtual");
     head.identity.serialNumber = yaml.text("serialNumber", "");
@@ -101,17 +105,68 @@ void readCalibration(const YamlMap& yaml, Driver::Calibration& calibration) {
     yaml.finish();
 }
 
-void readTemperatures(const YamlMap& yaml, Driver::Temperatures& temperatures) {
-    temperatures.head = yaml.number("head", temperatures.head, celsius);
+void readTemperatures(const YamlMap& yaml, HeadDescription& head) {
+    Driver::Temperatures& settled = head.temperatures;
+    settled = {.head = yaml.number("head", settled.head, celsius), .lens = {}, .led = {}, .pcb = {}, .dmd = {}};
     const auto optional = [&](std::string_view key, std::optional<double>& value) {
         if (yaml.has(key))
             value = yaml.number(key, 0.0, celsius);
     };
-    optional("lens", temperatures.lens);
-    optional("led", temperatures.led);
-    optional("pcb", temperatures.pcb);
-    optional("dmd", temperatures.dmd);
+    optional("lens", settled.lens);
+    optional("led", settled.led);
+    optional("pcb", settled.pcb);
+    optional("dmd", settled.dmd);
+    const WarmUp defaults;
+    const double ambient = yaml.number("ambient", defaults.ambient, celsius);
+    if (yaml.has("timeConstant"))
+        head.warmUp = {.ambient = ambient, .timeConstantS = yaml.number("timeConstant", 0.0, seconds)};
+    else if (yaml.has("ambient"))
+        yaml.fail("ambient", "'ambient' is where the head starts to warm up from; it needs a 'timeConstant'.");
     yaml.finish();
+}
+
+template <std::size_t count>
+std::array<double, count> readRates(const YamlMap& yaml, std::string_view key, double most, bool spread = false) {
+    const std::vector<double> rates =
+        yaml.numbers(key, std::vector<double>(count, 0.0), {.minimum = -most, .maximum = most}, spread);
+    std::array<double, count> result{};
+    std::ranges::copy(rates, result.begin());
+    return result;
+}
+
+LensDrift readLensDrift(const std::optional<YamlMap>& yaml) {
+    if (!yaml)
+        return {};
+    const LensDrift drift{.focalPpm = readRates<2>(*yaml, "focal", 1000.0, true),
+                          .centrePixels = readRates<2>(*yaml, "centre", 1.0)};
+    yaml->finish();
+    return drift;
+}
+
+Drift readDrift(const YamlMap& yaml) {
+    const Drift drift{.reference = yaml.number("reference", Drift{}.reference, celsius),
+                      .camera = readLensDrift(yaml.map("camera")),
+                      .projector = readLensDrift(yaml.map("projector")),
+                      .translationMm = readRates<3>(yaml, "translation", 1.0),
+                      .rotationDegrees = readRates<3>(yaml, "rotation", 0.1)};
+    yaml.finish();
+    return drift;
+}
+
+Faults readFaults(const YamlMap& yaml) {
+    constexpr std::uint64_t many = 1'000'000;
+    Faults faults{.connect = yaml.text("connect", ""), .capture = yaml.text("capture", "")};
+    faults.afterCaptures = yaml.count("afterCaptures", faults.afterCaptures, 0, many);
+    if (faults.capture.empty() && yaml.has("afterCaptures"))
+        yaml.fail("afterCaptures", "'afterCaptures' needs the 'capture' fault that sets in then.");
+    if (yaml.has("stopAfterImages"))
+        faults.stopAfterImages = yaml.count("stopAfterImages", 0, 0, many);
+    faults.timeoutS = yaml.number("timeout", faults.timeoutS, seconds);
+    if (!faults.stopAfterImages && yaml.has("timeout"))
+        yaml.fail("timeout", "'timeout' needs the 'stopAfterImages' whose missing images are waited for.");
+    faults.delayS = yaml.number("delay", faults.delayS, {.minimum = 0.0, .maximum = seconds.maximum});
+    yaml.finish();
+    return faults;
 }
 
 } // namespace
@@ -173,10 +228,12 @@ HeadDescription loadHead(const std::filesystem::path& file) {
         readCalibration(*calibration, head.calibration);
 
     head.temperatures = {.head = 35.0, .lens = 33.0, .led = 46.0, .pcb = 41.0, .dmd = 39.0};
-    if (const auto temperatures = yaml.map("temperatures")) {
-        head.temperatures = {.head = 35.0, .lens = {}, .led = {}, .pcb = {}, .dmd = {}};
-        readTemperatures(*temperatures, head.temperatures);
-    }
+    if (const auto temperatures = yaml.map("temperatures"))
+        readTemperatures(*temperatures, head);
+    if (const auto drift = yaml.map("drift"))
+        head.drift = readDrift(*drift);
+    if (const auto faults = yaml.map("faults"))
+        head.faults = readFaults(*faults);
     yaml.finish();
     return head;
 }

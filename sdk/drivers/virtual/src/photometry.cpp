@@ -1,10 +1,9 @@
 #include "vorta/virtual/photometry.h"
 
-#include "vorta/reconstruction/projection.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace Vorta::Virtual {
 
@@ -81,10 +80,11 @@ struct Photometry::Footprint {
     double defocusPixels = 0;  // standard deviation with the iris fully open
 };
 
-Photometry::Photometry(const HeadDescription& head, const Scene& scene, const Tracer& tracer)
+Photometry::Photometry(const HeadDescription& head, const Scene& scene, const Tracer& tracer, SweptSpace swept)
     : head_(head),
       scene_(scene),
       tracer_(tracer),
+      swept_(std::move(swept)),
       rotation_{head.calibration.rotation},
       translation_{head.calibration.translationMm[0], head.calibration.translationMm[1],
                    head.calibration.translationMm[2]},
@@ -92,6 +92,16 @@ Photometry::Photometry(const HeadDescription& head, const Scene& scene, const Tr
       projectorFieldSquared_(fieldSquared(head.calibration.projector)),
       cameraCornerSquared_(cornerSquared(head.calibration.camera)),
       projectorCornerSquared_(cornerSquared(head.calibration.projector)) {}
+
+Reconstruction::ImagePoint Photometry::directionAt(double x, double y) const {
+    return Reconstruction::unproject(head_.calibration.camera, {.x = x, .y = y});
+}
+
+bool Photometry::isShadowNearMotion(const Hit& hit) const {
+    const Vec3 way = hit.position - projector_;
+    const double distance = length(way);
+    return swept_.meets(projector_, way * (1.0 / distance), distance);
+}
 
 Photometry::Illumination Photometry::illuminate(const Hit& hit) const {
     const Driver::PinholeModel& projector = head_.calibration.projector;
@@ -149,7 +159,7 @@ double Photometry::ambientAt(Vec3 normal, std::size_t channel) const {
 
 double Photometry::albedoAt(const Hit& hit, std::size_t channel) const {
     const Object& object = scene_.objects[hit.object];
-    return Virtual::albedoAt(object.material, object.pose.toInner(hit.position))[channel];
+    return Virtual::albedoAt(object.material, object.pose.toInner(hit.restPosition))[channel];
 }
 
 void Photometry::addBounce(const Hit& hit, Vec3 view, double reflectance, double cameraGain, std::size_t channel,
@@ -158,7 +168,9 @@ void Photometry::addBounce(const Hit& hit, Vec3 view, double reflectance, double
     const Vec3 mirrored = normalized(hit.normal * (2.0 * dot(hit.normal, view)) - view);
     if (dot(mirrored, hit.geometricNormal) <= 0.0)
         return;
-    const std::optional<Hit> second = tracer_.intersect(hit.position + hit.geometricNormal * 0.02, mirrored);
+    const Vec3 start = hit.position + hit.geometricNormal * 0.02;
+    const std::optional<Hit> second = tracer_.intersect(start, mirrored);
+    sample.nearMotion = sample.nearMotion || swept_.meets(start, mirrored) || (second && isShadowNearMotion(*second));
     if (!second) {
         sample.ambient +=
             cameraGain * reflectance * scene_.ambientLevel * scene_.ambientColour[channel] * scene_.background[channel];
@@ -180,17 +192,17 @@ void Photometry::addBounce(const Hit& hit, Vec3 view, double reflectance, double
     sample.bounce = makePath(light, footprint, cameraGain * reflectance * albedo * light.irradiance);
 }
 
-Sample Photometry::sample(double x, double y, std::size_t channel) const {
+Sample Photometry::sample(double x, double y, std::size_t channel, Reconstruction::ImagePoint normalised) const {
     const Driver::PinholeModel& camera = head_.calibration.camera;
     const OpticsModel& optics = head_.optics;
-    const auto [nx, ny] = Reconstruction::unproject(camera, {.x = x, .y = y});
-    const Vec3 direction = normalized({nx, ny, 1.0});
+    const Vec3 direction = normalized({normalised.x, normalised.y, 1.0});
     const double radius = square(x - camera.cx) + square(y - camera.cy);
     const double vignetting = std::max(1.0 - head_.sensor.vignetting * radius / cameraCornerSquared_, 0.0);
     const double cameraGain = head_.sensor.response[channel] * vignetting * square(square(direction.z));
 
     Sample sample;
     const std::optional<Hit> hit = tracer_.intersect({}, direction);
+    sample.nearMotion = swept_.meets({}, direction) || (hit && isShadowNearMotion(*hit));
     if (!hit) {
         sample.ambient = cameraGain * scene_.ambientLevel * scene_.ambientColour[channel] * scene_.background[channel];
         return sample;

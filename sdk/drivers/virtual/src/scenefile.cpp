@@ -3,6 +3,7 @@
 #include "vorta/yaml/words.h"
 #include "vorta/yaml/yamlmap.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -137,20 +138,47 @@ Object readObject(const YamlMap& yaml, const Pose& frame, const Materials& mater
             yaml.fail("material", "there is no material " + inQuotes(name) + " in this file.");
         object.material = found->second;
     }
+    object.moving = yaml.flag("moving", object.moving);
     yaml.finish();
     return object;
+}
+
+Vec3 readDirection(const YamlMap& yaml, std::string_view key, Vec3 fallback) {
+    const Vec3 direction = yaml.vector(key, fallback);
+    if (length(direction) == 0.0)
+        yaml.fail(key, inQuotes(key) + " must be a direction other than 0.");
+    return normalized(direction);
 }
 
 void readAmbient(const YamlMap& yaml, Scene& scene) {
     scene.ambientLevel = yaml.number("level", scene.ambientLevel, brightness);
     scene.ambientColour = readColour(yaml, "colour", scene.ambientColour, brightness);
-    if (yaml.has("from")) {
-        const Vec3 from = readVector(yaml, "from", {});
-        if (length(from) == 0.0)
-            yaml.fail("from", "'from' must be a direction other than 0.");
-        scene.ambientDirection = normalized(from);
-    }
+    if (yaml.has("from"))
+        scene.ambientDirection = readDirection(yaml, "from", {});
     yaml.finish();
+}
+
+Turntable readMotion(const YamlMap& yaml, const Pose& frame) {
+    const auto map = yaml.map("turntable");
+    if (!map)
+        yaml.fail("a motion needs a 'turntable'.");
+    if (!map->has("degreesPerCapture"))
+        map->fail("a turntable needs 'degreesPerCapture'.");
+    const Turntable turntable{.axis = frame.rotation * readDirection(*map, "axis", {0.0, 0.0, 1.0}),
+                              .centre = frame.toOuter(map->vector("centre", {})),
+                              .degreesPerCapture =
+                                  map->number("degreesPerCapture", 0.0, {.minimum = -180.0, .maximum = 180.0})};
+    map->finish();
+    yaml.finish();
+    return turntable;
+}
+
+void checkMotion(const YamlMap& yaml, const Scene& scene) {
+    const bool moves = std::ranges::any_of(scene.objects, [](const Object& object) { return object.moving; });
+    if (moves && !scene.turntable)
+        yaml.fail("objects", "an object is 'moving' but the scene has no 'motion'.");
+    if (scene.turntable && !moves)
+        yaml.fail("motion", "nothing moves: no object is marked 'moving: true'.");
 }
 
 } // namespace
@@ -173,6 +201,9 @@ Scene loadScene(const std::filesystem::path& file) {
         materials.emplace(name, readMaterial(entry));
     for (const YamlMap& entry : yaml.maps("objects"))
         scene.objects.push_back(readObject(entry, frame, materials));
+    if (const auto motion = yaml.map("motion"))
+        scene.turntable = readMotion(*motion, frame);
+    checkMotion(yaml, scene);
     yaml.finish();
     return scene;
 }

@@ -130,8 +130,11 @@ void intersectTriangle(const Surface& surface, Vec3 origin, Vec3 direction, cons
 
 struct Tracer::Impl {
     RTCDevice device = nullptr;
-    RTCScene scene = nullptr;
-    std::vector<Surface> surfaces;
+    RTCScene scene = nullptr;         // what rays are sent into
+    RTCGeometry movingPart = nullptr; // the instance of the moving objects in it, if there are any
+    std::vector<Surface> surfaces;    // by object, moving ones at rest
+    std::vector<bool> isMoving;       // by object
+    Pose motion;
 
     Impl() = default;
     Impl(const Impl&) = delete;
@@ -148,26 +151,80 @@ struct Tracer::Impl {
             throw RuntimeException("The ray tracer of the virtual head failed with error " +
                                    std::to_string(static_cast<int>(error)) + ".");
     }
+
+    [[nodiscard]] RTCScene newScene() const {
+        RTCScene made = rtcNewScene(device);
+        check();
+        rtcSetSceneFlags(made, RTC_SCENE_FLAG_ROBUST);
+        return made;
+    }
+
+    // The moving or the resting objects.
+    [[nodiscard]] RTCScene sceneOf(bool moving) const {
+        RTCScene made = newScene();
+        for (std::size_t i = 0; i < surfaces.size(); ++i) {
+            if (isMoving[i] != moving)
+                continue;
+            RTCGeometry geometry = makeGeometry(device, surfaces[i]);
+            rtcCommitGeometry(geometry);
+            rtcAttachGeometryByID(made, geometry, static_cast<unsigned>(i));
+            rtcReleaseGeometry(geometry);
+        }
+        rtcCommitScene(made);
+        return made;
+    }
+
+    // Adds a scene as a part of `scene`, which then keeps it.
+    RTCGeometry addInstance(RTCScene part) const {
+        RTCGeometry instance = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
+        rtcSetGeometryInstancedScene(instance, part);
+        rtcReleaseScene(part);
+        rtcAttachGeometry(scene, instance);
+        rtcReleaseGeometry(instance);
+        return instance;
+    }
+
+    void place() const {
+        const auto& m = motion.rotation.m;
+        const std::array<double, 12> rows{m[0], m[1], m[2], motion.position.x, m[3], m[4], m[5], motion.position.y,
+                                          m[6], m[7], m[8], motion.position.z};
+        std::array<float, 12> transform{};
+        std::ranges::transform(rows, transform.begin(), [](double value) { return static_cast<float>(value); });
+        rtcSetGeometryTransform(movingPart, 0, RTC_FORMAT_FLOAT3X4_ROW_MAJOR, transform.data());
+        rtcCommitGeometry(movingPart);
+        rtcCommitScene(scene);
+    }
 };
 
 Tracer::Tracer(const Scene& scene) : impl_(std::make_unique<Impl>()) {
     // Scenes are small: building the search tree on the calling thread starts no worker threads.
     impl_->device = rtcNewDevice("threads=1");
     impl_->check();
-    impl_->scene = rtcNewScene(impl_->device);
-    rtcSetSceneFlags(impl_->scene, RTC_SCENE_FLAG_ROBUST);
     for (const Object& object : scene.objects) {
         impl_->surfaces.push_back(makeSurface(object));
-        RTCGeometry geometry = makeGeometry(impl_->device, impl_->surfaces.back());
-        rtcCommitGeometry(geometry);
-        rtcAttachGeometryByID(impl_->scene, geometry, static_cast<unsigned>(impl_->surfaces.size() - 1));
-        rtcReleaseGeometry(geometry);
+        impl_->isMoving.push_back(object.moving);
     }
-    rtcCommitScene(impl_->scene);
+    if (std::ranges::find(impl_->isMoving, true) == impl_->isMoving.end()) {
+        impl_->scene = impl_->sceneOf(false);
+    } else {
+        impl_->scene = impl_->newScene();
+        const RTCGeometry resting = impl_->addInstance(impl_->sceneOf(false));
+        rtcCommitGeometry(resting);
+        impl_->movingPart = impl_->addInstance(impl_->sceneOf(true));
+        impl_->place();
+    }
     impl_->check();
 }
 
 Tracer::~Tracer() = default;
+
+void Tracer::move(const Pose& motion) {
+    if (impl_->movingPart == nullptr)
+        return;
+    impl_->motion = motion;
+    impl_->place();
+    impl_->check();
+}
 
 std::optional<Hit> Tracer::intersect(Vec3 origin, Vec3 direction) const {
     RTCIntersectContext context{};
@@ -179,6 +236,12 @@ std::optional<Hit> Tracer::intersect(Vec3 origin, Vec3 direction) const {
     if (found.hit.geomID == RTC_INVALID_GEOMETRY_ID)
         return std::nullopt;
     const Surface& surface = impl_->surfaces[found.hit.geomID];
+    const bool moving = impl_->isMoving[found.hit.geomID];
+    const Pose& motion = impl_->motion;
+    if (moving) { // the surfaces are those at rest
+        origin = motion.toInner(origin);
+        direction = motion.rotation.inverse() * direction;
+    }
     Hit hit;
     hit.object = found.hit.geomID;
     if (surface.sphere)
@@ -189,6 +252,12 @@ std::optional<Hit> Tracer::intersect(Vec3 origin, Vec3 direction) const {
         hit.geometricNormal = -hit.geometricNormal;
     if (dot(hit.normal, hit.geometricNormal) < 0.0)
         hit.normal = -hit.normal;
+    hit.restPosition = hit.position;
+    if (moving) {
+        hit.position = motion.toOuter(hit.position);
+        hit.normal = motion.rotation * hit.normal;
+        hit.geometricNormal = motion.rotation * hit.geometricNormal;
+    }
     return hit;
 }
 

@@ -97,7 +97,9 @@ std::unique_ptr<Vorta::Driver::Head> VirtualDriver::open(const std::string& seri
         throw RuntimeException("No head with the serial number " + inQuotes(serialNumber) + " is plugged in.");
     if (const auto earlier = open_[serialNumber].lock(); earlier && earlier->isIn())
         throw RuntimeException("The head " + inQuotes(serialNumber) + " is already open; close it first.");
-    const auto plug = std::make_shared<const Plug>(head->file);
+    if (!head->faults.connect.empty())
+        throw RuntimeException(head->faults.connect);
+    const auto plug = std::make_shared<const Plug>(*head);
     try {
         auto opened = std::make_unique<VirtualHead>(*head, plug, threads_);
         open_[serialNumber] = plug;

@@ -3,8 +3,10 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/yaml/words.h"
 
+#include <boost/format.hpp>
+
+#include <cmath>
 #include <string>
-#include <system_error>
 #include <utility>
 
 namespace Vorta::Virtual {
@@ -19,19 +21,12 @@ void require(bool allowed, const char* parameter, double value) {
 
 } // namespace
 
-Plug::Plug(std::filesystem::path file) : file_(std::move(file)) {}
-
-bool Plug::isIn() const {
-    std::error_code failure; // a folder that cannot be read holds no head
-    if (!gone_ && !std::filesystem::exists(file_, failure))
-        gone_ = true;
-    return !gone_;
-}
-
-VirtualHead::VirtualHead(HeadDescription description, std::shared_ptr<const Plug> plug, unsigned threads)
+VirtualHead::VirtualHead(HeadDescription description, std::shared_ptr<const Plug> plug, unsigned threads, Clock clock)
     : description_(std::move(description)),
       plug_(std::move(plug)),
       threads_(threads),
+      clock_(std::move(clock)),
+      opened_(clock_()),
       scene_(loadScene(description_.sceneFile)) {}
 
 Driver::HeadDimensions VirtualHead::dimensions() const {
@@ -43,7 +38,25 @@ Driver::HeadDimensions VirtualHead::dimensions() const {
 }
 
 std::optional<Driver::HeadCalibration> VirtualHead::calibration() const {
-    return Driver::HeadCalibration{.stages = {{.geometry = description_.calibration}}};
+    if (!tellsItsOptics())
+        return std::nullopt;
+    return trueCalibration(description_.calibration, description_.drift);
+}
+
+std::optional<Driver::BayerLayout> VirtualHead::bayerLayout() const {
+    return tellsItsOptics() ? std::optional(description_.bayerLayout) : std::nullopt;
+}
+
+Driver::Temperatures VirtualHead::temperaturesNow() const {
+    const std::chrono::duration<double> open = clock_() - opened_;
+    return temperaturesAfter(open.count(), description_.temperatures, description_.warmUp);
+}
+
+Driver::Temperatures VirtualHead::temperatures() const {
+    Driver::Temperatures temperatures = temperaturesNow();
+    if (description_.drift && captures_ > 0)
+        (temperatures.lens ? *temperatures.lens : temperatures.head) = opticsTemperature_;
+    return temperatures;
 }
 
 void VirtualHead::configure(const Driver::HeadConfiguration& c) {
@@ -59,23 +72,48 @@ void VirtualHead::configure(const Driver::HeadConfiguration& c) {
     configuration_ = c;
 }
 
-void VirtualHead::requirePresence() const {
-    if (!plug_->isIn())
-        throw RuntimeException("The head " + inQuotes(description_.identity.serialNumber) +
-                               " is no longer plugged in: its file " + inQuotes(plug_->file().string()) + " is gone.");
+// Throws what goes wrong with the next capture, if anything.
+void VirtualHead::fail(const Driver::PatternSequence& sequence) const {
+    const Faults faults = plug_->faults();
+    if (!faults.capture.empty() && captures_ >= faults.afterCaptures)
+        throw RuntimeException(faults.capture);
+    plug_->wait(faults.delayS);
+    if (!faults.stopAfterImages || *faults.stopAfterImages >= sequence.patterns.size())
+        return;
+    plug_->wait(faults.timeoutS);
+    throw RuntimeException((boost::format("The head '%s' delivered %d of %d images and then none for %g s.") %
+                            description_.identity.serialNumber % *faults.stopAfterImages % sequence.patterns.size() %
+                            faults.timeoutS)
+                               .str());
+}
+
+void VirtualHead::prepareSimulation() {
+    constexpr double tolerance = 0.05; // kelvin; tracing the scene again takes long
+    const double optics = opticsTemperature(temperaturesNow());
+    if (simulation_ && (!description_.drift || std::abs(optics - opticsTemperature_) <= tolerance))
+        return;
+    const Driver::Calibration geometry = geometryAt(optics, description_.calibration, description_.drift);
+    if (simulation_) {
+        simulation_->setCalibration(geometry);
+    } else {
+        HeadDescription head = description_;
+        head.calibration = geometry;
+        simulation_.emplace(std::move(head), scene_, threads_);
+    }
+    opticsTemperature_ = optics;
 }
 
 void VirtualHead::acquire(const Driver::PatternSequence& sequence, Driver::ImageStack& images) {
-    requirePresence();
-    if (!simulation_)
-        simulation_.emplace(description_, scene_, threads_);
-    simulation_->acquire(configuration_, sequence, images, [this] { requirePresence(); });
-    requirePresence();
-    captured_ = true;
+    plug_->require();
+    fail(sequence);
+    prepareSimulation();
+    simulation_->acquire(configuration_, sequence, images, [this] { plug_->require(); });
+    plug_->require();
+    ++captures_;
 }
 
 std::optional<Driver::GroundTruth> VirtualHead::groundTruth() const {
-    if (!captured_)
+    if (captures_ == 0)
         return std::nullopt;
     return simulation_->view().truth;
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "vorta/driver/driver.h"
+#include "vorta/virtual/thermal.h"
 
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace Vorta::Virtual {
@@ -32,6 +34,16 @@ struct OpticsModel {
     double projectorContrast = 800.0; ///< full white to full black
 };
 
+/// What goes wrong with a head, on request. An empty text is no fault.
+struct Faults {
+    std::string connect;                               ///< why it cannot be opened
+    std::string capture;                               ///< why it cannot capture ...
+    std::uint64_t afterCaptures = 0;                   ///< ... after so many captures since it was opened
+    std::optional<std::uint64_t> stopAfterImages = {}; ///< of each capture
+    double timeoutS = 2.0;                             ///< for which a missing image is waited for
+    double delayS = 0.0;                               ///< that each capture takes longer
+};
+
 /// One virtual head as its file states it.
 struct HeadDescription {
     std::filesystem::path file;
@@ -39,11 +51,14 @@ struct HeadDescription {
     std::string driver;
     Driver::HeadIdentity identity;
     Driver::BayerLayout bayerLayout = Driver::BayerLayout::BGGR;
-    Driver::Calibration calibration;
-    Driver::Temperatures temperatures;
+    Driver::Calibration calibration;   ///< at the drift's reference temperature
+    Driver::Temperatures temperatures; ///< settled
+    std::optional<WarmUp> warmUp;
+    std::optional<Drift> drift;
     SensorModel sensor;
     OpticsModel optics;
     std::uint64_t seed = 1;
+    Faults faults;
 };
 
 /// Geometry of a head that its file leaves open: a camera with a field of about 567 x 350 mm at 700 mm and a projector

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "vorta/reconstruction/projection.h"
 #include "vorta/virtual/headfile.h"
+#include "vorta/virtual/motion.h"
 #include "vorta/virtual/scene.h"
 #include "vorta/virtual/tracer.h"
 
@@ -30,22 +32,31 @@ struct Sample {
     double ambient = 0.0;              ///< ambient light, in units of `LightPath::gain`
     LightPath direct;                  ///< projector, surface, camera
     LightPath bounce;                  ///< projector, second surface, mirrored by the first; gain 0 if there is none
+    bool nearMotion = false;           ///< whether any of its legs passes the space that moving objects pass through
 };
 
 /// Light transport between projector, scene and camera of one head. Immutable: any number of threads may ask.
 class Photometry {
 public:
-    /// Keeps references to all three.
-    Photometry(const HeadDescription& head, const Scene& scene, const Tracer& tracer);
+    /// Keeps references to all but the last. `swept` is for `Sample::nearMotion`.
+    Photometry(const HeadDescription& head, const Scene& scene, const Tracer& tracer, SweptSpace swept = {});
+
+    /// Direction, with z = 1, of the ray through a pixel position (also between pixels).
+    [[nodiscard]] Reconstruction::ImagePoint directionAt(double x, double y) const;
 
     /// The light at a pixel position (also between pixels) for a pixel of colour `channel` (0 red, 1 green, 2 blue).
-    [[nodiscard]] Sample sample(double x, double y, std::size_t channel) const;
+    [[nodiscard]] Sample sample(double x, double y, std::size_t channel) const {
+        return sample(x, y, channel, directionAt(x, y));
+    }
+    /// The same with the direction known.
+    [[nodiscard]] Sample sample(double x, double y, std::size_t channel, Reconstruction::ImagePoint normalised) const;
 
 private:
     struct Illumination;
     struct Footprint;
 
     [[nodiscard]] Illumination illuminate(const Hit& hit) const;
+    [[nodiscard]] bool isShadowNearMotion(const Hit& hit) const;
     [[nodiscard]] LightPath makePath(const Illumination& light, const Footprint& footprint, double gain) const;
     [[nodiscard]] double ambientAt(Vec3 normal, std::size_t channel) const;
     [[nodiscard]] double albedoAt(const Hit& hit, std::size_t channel) const;
@@ -55,6 +66,7 @@ private:
     const HeadDescription& head_;
     const Scene& scene_;
     const Tracer& tracer_;
+    SweptSpace swept_;
     Rotation rotation_; // camera to projector coordinates
     Vec3 translation_;
     Vec3 projector_;               // centre of its pupil in camera coordinates

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vorta/virtual/motion.h"
 #include "vorta/virtual/vec3.h"
 
 #include <array>
@@ -46,8 +47,9 @@ struct Mesh {
 
 struct Object {
     std::variant<Sphere, Mesh> shape;
-    Pose pose; ///< object frame to camera frame
+    Pose pose; ///< object frame to camera frame, at the first capture
     Material material;
+    bool moving = false; ///< stands on the scene's turntable
 };
 
 /// Everything before a head, in its camera's frame.
@@ -58,7 +60,8 @@ struct Scene {
     Colour ambientColour{1.0, 1.0, 1.0};
     /// Where the ambient light mostly comes from; the light is the same from everywhere without it.
     std::optional<Vec3> ambientDirection;
-    Colour background{0.0, 0.0, 0.0}; ///< albedo-like brightness under the ambient light where no object is
+    Colour background{0.0, 0.0, 0.0};   ///< albedo-like brightness under the ambient light where no object is
+    std::optional<Turntable> turntable; ///< there when an object moves
 };
 
 /// Reads a scene file (docs/virtual-head.md states its contents). Throws IOException that names file and line.

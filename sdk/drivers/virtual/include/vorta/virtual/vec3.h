@@ -53,6 +53,16 @@ struct Rotation {
                  -sy, cy * sx, cy * cx}};
     }
 
+    /// About a unit vector (O. Rodrigues' formula).
+    [[nodiscard]] static Rotation about(Vec3 axis, double degrees) {
+        const double angle = degrees * std::numbers::pi / 180.0;
+        const double c = std::cos(angle), s = std::sin(angle), r = 1.0 - c;
+        const auto [x, y, z] = axis;
+        return {{c + r * x * x, r * x * y - s * z, r * x * z + s * y, //
+                 r * x * y + s * z, c + r * y * y, r * y * z - s * x, //
+                 r * x * z - s * y, r * y * z + s * x, c + r * z * z}};
+    }
+
     [[nodiscard]] constexpr Vec3 row(std::size_t i) const { return {m[3 * i], m[3 * i + 1], m[3 * i + 2]}; }
     [[nodiscard]] constexpr Rotation inverse() const {
         return {{m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8]}};

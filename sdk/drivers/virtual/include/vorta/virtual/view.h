@@ -28,12 +28,9 @@ struct View {
     std::size_t width = 0;
     std::vector<float> ambient;
     std::vector<LightPath> direct;
-    std::vector<std::vector<ExtraPath>> extra; ///< by image row: mirrored light, and finer samples along edges
+    /// Mirrored light, and finer samples along edges: by image row, ordered by column.
+    std::vector<std::vector<ExtraPath>> extra;
     Driver::GroundTruth truth;
 };
-
-/// Traces a head's view of a scene on `threads` threads (0: one per processor). The result does not depend on their
-/// number. Pixels on the edge of an object or a shadow mix five rays, all others have one through the centre.
-[[nodiscard]] View traceView(const HeadDescription& head, const Scene& scene, unsigned threads = 0);
 
 } // namespace Vorta::Virtual

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "vorta/virtual/headfile.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <string>
+
+namespace Vorta::Virtual {
+
+/// The file of an open head: whether it is still there and still describes that head, and which faults it asks for now.
+/// A head that is gone stays gone. Any thread.
+class Plug {
+public:
+    explicit Plug(const HeadDescription& head);
+
+    [[nodiscard]] bool isIn() const;
+
+    /// Throws RuntimeException that says why when the head is no longer plugged in.
+    void require() const;
+
+    /// As the file states them now. A file that has become unusable is logged; the earlier ones then stay.
+    [[nodiscard]] Faults faults() const;
+
+    /// Returns after so many seconds. Throws as `require` does as soon as the head is unplugged.
+    void wait(double seconds) const;
+
+private:
+    void look() const;
+
+    std::filesystem::path file_;
+    std::string serialNumber_;
+    std::string driver_;
+    mutable std::mutex mutex_;
+    mutable std::filesystem::file_time_type time_;
+    mutable std::uintmax_t size_ = 0; // no head's file is empty: the first look reads it
+    mutable Faults faults_;
+    mutable std::string goneWords_; // why the head is gone; empty while it is there
+};
+
+} // namespace Vorta::Virtual
