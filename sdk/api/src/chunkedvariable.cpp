@@ -142,6 +142,7 @@ std::optional<ChunkedVariable::Stored> ChunkedVariable::find(std::span<const std
 }
 
 void ChunkedVariable::read(std::span<const std::size_t> position, std::span<std::byte> bytes) const {
+    keepHdf5Quiet();
     const auto offset = offsetOf(position);
     hsize_t stored = 0;
     std::uint32_t skipped = 0;
@@ -152,6 +153,7 @@ void ChunkedVariable::read(std::span<const std::size_t> position, std::span<std:
 }
 
 void ChunkedVariable::write(std::span<const std::size_t> position, const ChunkCodec::Packed& packed) {
+    keepHdf5Quiet();
     const auto offset = offsetOf(position);
     check(H5Dwrite_chunk(id_, H5P_DEFAULT, packed.skippedFilters, offset.data(), packed.bytes.size(),
                          packed.bytes.data()) >= 0,

@@ -61,8 +61,13 @@ bool isFull(const std::filesystem::path& folder) {
 
 } // namespace
 
+void keepHdf5Quiet() {
+    H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
+}
+
 File::File(Mode mode, const std::filesystem::path& path, std::string name)
     : turn_(turns()), mode_(mode), name_(std::move(name)), path_(std::filesystem::absolute(path)) {
+    keepHdf5Quiet();
     // The whole path begins with no protocol, so that the library never takes a file for an address.
     const std::string whole = path_.string();
     if (mode == Mode::Read) {

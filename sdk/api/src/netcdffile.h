@@ -35,6 +35,9 @@ struct VariableInfo {
     std::vector<std::size_t> chunk{}; ///< lengths of a stored block, one for each dimension; empty when not in blocks
 };
 
+/// Keeps HDF5 from printing the failures that it returns, which it decides for each thread.
+void keepHdf5Quiet();
+
 /// An open netCDF-4 file. The C library keeps global tables, so one file is open at a time in the process and others
 /// wait for it: open late, close early.
 ///

@@ -55,7 +55,7 @@ TEST(ChildFrames, HaveNoChildrenThemselves) {
     EXPECT_EQ(parent.getImpl().childFrames().size(), 1U);
     EXPECT_TRUE(grandparent.getImpl().childFrames().empty());
     EXPECT_THAT(complaint(grandparent, std::vector<Frame>(65, child)),
-                HasSubstr("A frame has at most 64 child frames. Invalid parameter: children '65'"));
+                HasSubstr("A frame has at most 64 child frames. Invalid parameter: children = '65'"));
 }
 
 TEST(ChildFrames, AreFreeWhenTheirParentLetsThemGo) {
@@ -102,7 +102,7 @@ TEST(RawImages, HaveTheSizeOfThePoints) {
         FAIL() << "images of another size were accepted";
     } catch (const ArgumentInvalidException& error) {
         EXPECT_THAT(error.what(), HasSubstr("The raw images have another size than the points. Invalid parameter: "
-                                            "info.raw.images '3 x 2'"));
+                                            "info.raw.images = '3 x 2'"));
     }
 }
 

@@ -105,11 +105,15 @@ TEST(ChunkCodec, NoticesDamage) {
     const ChunkCodec::Packed packed = packer.pack();
     const std::vector<std::byte> good(packed.bytes.begin(), packed.bytes.end());
     ChunkCodec codec(format);
+    std::size_t refused = 0;
     for (std::size_t at = 0; at < good.size(); ++at) {
         std::vector<std::byte> damaged = good;
         damaged[at] ^= std::byte{0x10};
-        EXPECT_TRUE(codec.unpack(damaged, 0).empty()) << "byte " << at;
+        const auto values = codec.unpack(damaged, 0); // the last bits of a deflate stream mean nothing
+        EXPECT_TRUE(values.empty() || std::ranges::equal(values, smoothBytes(4000))) << "byte " << at;
+        refused += values.empty() ? 1U : 0U;
     }
+    EXPECT_GE(refused, good.size() - 1);
     for (std::size_t length = 0; length < good.size(); ++length)
         EXPECT_TRUE(codec.unpack(std::span(good).first(length), 0).empty()) << length << " bytes";
     EXPECT_TRUE(codec.unpack(std::vector<std::byte>(100'000), 0).empty());

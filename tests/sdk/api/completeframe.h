@@ -3,6 +3,7 @@
 #include "sdk/api/testtools.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -10,8 +11,8 @@
 namespace Vorta::Testing {
 
 /// Images of the pixels that `next` gives.
-template <class Next>
-RawImages rawImages(std::size_t count, std::size_t height, std::size_t width, Next next) {
+inline RawImages rawImages(std::size_t count, std::size_t height, std::size_t width,
+                           const std::function<std::uint8_t()>& next) {
     auto images = std::make_shared<Driver::ImageStack>();
     images->resize(count, height, width);
     for (std::size_t i = 0; i < count; ++i)

@@ -10,9 +10,9 @@ namespace Vorta {
 
 /// What a measurement was computed from.
 struct RawImages {
-    std::shared_ptr<const Driver::ImageStack> images; ///< rows x columns of the cloud; null: none were kept
+    std::shared_ptr<const Driver::ImageStack> images{}; ///< rows x columns of the cloud; null: none were kept
     Driver::BayerLayout bayerLayout = Driver::BayerLayout::BGGR;
-    Driver::HeadDimensions dimensions; ///< of the head that took them, each at most 16384
+    Driver::HeadDimensions dimensions{}; ///< of the head that took them, each at most 16384
 };
 
 /// How a frame came about, beside its settings.
