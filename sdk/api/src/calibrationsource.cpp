@@ -25,12 +25,20 @@ Driver::HeadDimensions dimensionsOf(const Driver::Calibration& geometry) {
             .projectorHeight = geometry.projector.height};
 }
 
+NotedCalibration noted(Driver::HeadCalibration calibration) {
+    std::string text = Reconstruction::calibrationText(calibration);
+    return {.calibration = std::move(calibration), .text = std::move(text)};
+}
+
 } // namespace
 
 CalibrationSource::CalibrationSource(std::optional<Driver::HeadCalibration> stored, const Driver::HeadDimensions& head)
-    : stored_(std::move(stored)), head_(head) {}
+    : head_(head) {
+    if (stored)
+        stored_ = noted(std::move(*stored));
+}
 
-const Driver::HeadCalibration* CalibrationSource::choose(const Settings& settings) {
+const NotedCalibration* CalibrationSource::choose(const Settings& settings) {
     const Internal& internal = settings.getSettingsInternal();
     const std::string path = internal.get<Internal::Measurement::CalibrationFile>().value();
     if (path.empty()) {
@@ -39,13 +47,13 @@ const Driver::HeadCalibration* CalibrationSource::choose(const Settings& setting
         return stores && stored_ ? &*stored_ : nullptr;
     }
     read(path);
-    return &file_->calibration;
+    return &*file_;
 }
 
 void CalibrationSource::read(const std::string& path) {
     std::error_code missing; // a file that is not there is reported by the loading below
     const auto time = std::filesystem::last_write_time(path, missing);
-    if (file_ && file_->path == path && !missing && file_->time == time)
+    if (file_ && path_ == path && !missing && time_ == time)
         return;
     file_.reset();
     Driver::HeadCalibration calibration = Reconstruction::loadCalibration(path);
@@ -56,7 +64,9 @@ void CalibrationSource::read(const std::string& path) {
                                sizeText(made.projectorWidth, made.projectorHeight) + " pixels, but the head has " +
                                sizeText(head_.sensorWidth, head_.sensorHeight) + " and " +
                                sizeText(head_.projectorWidth, head_.projectorHeight) + ".");
-    file_ = File{.path = path, .time = time, .calibration = std::move(calibration)};
+    file_ = noted(std::move(calibration));
+    path_ = path;
+    time_ = time;
 }
 
 double calibrationTemperature(const Settings& settings, const Driver::HeadCalibration& calibration,

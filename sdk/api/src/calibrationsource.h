@@ -9,6 +9,12 @@
 
 namespace Vorta {
 
+/// A calibration, also as the text of a calibration file.
+struct NotedCalibration {
+    Driver::HeadCalibration calibration;
+    std::string text;
+};
+
 /// Decides which calibration a measurement uses. One thread at a time.
 class CalibrationSource {
 public:
@@ -18,20 +24,16 @@ public:
     /// The settings' calibration file, which is read again when it has changed, otherwise what the head stores, which
     /// heads before product revision Rev3 do not; null when there is neither. Throws IOException when the file cannot
     /// be used, and RuntimeException when it is made for another head's sensor or projector.
-    [[nodiscard]] const Driver::HeadCalibration* choose(const Settings& settings);
+    [[nodiscard]] const NotedCalibration* choose(const Settings& settings);
 
 private:
-    struct File {
-        std::string path;
-        std::filesystem::file_time_type time;
-        Driver::HeadCalibration calibration;
-    };
-
     void read(const std::string& path);
 
-    std::optional<Driver::HeadCalibration> stored_;
+    std::optional<NotedCalibration> stored_;
     Driver::HeadDimensions head_;
-    std::optional<File> file_;
+    std::optional<NotedCalibration> file_;
+    std::string path_; ///< of the file, and when it was written
+    std::filesystem::file_time_type time_;
 };
 
 /// Temperature, in degrees Celsius, whose geometry a measurement is computed with: the calibration's reference, or,

@@ -93,11 +93,10 @@ Frame CameraImpl::measure() {
     const std::lock_guard operation(operation_);
     if (!head_)
         throw LogicException("Camera '" + serialNumber_ + "' is not connected.");
-    Settings settings = this->settings();
-    Measurement measurement = head_->measure(settings);
+    Measurement measurement = head_->measure(settings());
     const std::lock_guard lock(mutex_);
     temperatures_ = measurement.info.temperatures;
-    return Frame(std::make_shared<FrameImpl>(std::move(measurement.cloud), std::move(settings),
+    return Frame(std::make_shared<FrameImpl>(std::move(measurement.cloud), std::move(measurement.settings),
                                              std::move(measurement.info), device_));
 }
 

@@ -32,7 +32,10 @@ Frame combineFrames(const std::vector<std::reference_wrapper<const Frame>>& fram
     }
     PointCloud combined = Reconstruction::combineClouds(children);
     const FrameImpl& first = frames.front().get().getImpl();
-    return Frame(std::make_shared<FrameImpl>(std::move(combined), first.settings(), first.info(), ComputeDevice()));
+    FrameInfo info = first.info();
+    info.raw = {}; // no one capture's images make this measurement
+    return Frame(std::make_shared<FrameImpl>(std::move(combined), first.settings(), std::move(info),
+                                             first.deviceCloud().device()));
 }
 
 } // namespace Vorta::HDR::Detail

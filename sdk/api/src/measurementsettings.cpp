@@ -34,6 +34,19 @@ template <class Lower, class Upper>
                            "; correct one, or switch " + std::string(Internal::Global::Validate::path) + " off.");
 }
 
+Reconstruction::Parameters::ColourMode colourMode(Internal::Camera::ColorKind kind) {
+    using Mode = Reconstruction::Parameters::ColourMode;
+    switch (kind) {
+    case Internal::Camera::ColorKind::Gray:
+        return Mode::Gray;
+    case Internal::Camera::ColorKind::Color:
+        return Mode::Color;
+    case Internal::Camera::ColorKind::Raw:
+        return Mode::Raw;
+    }
+    throw ArgumentInvalidException("There is no such colour mode.", "ColorMode");
+}
+
 } // namespace
 
 Driver::HeadConfiguration headConfiguration(const Settings& settings) {
@@ -95,6 +108,18 @@ Reconstruction::Parameters reconstructionParameters(const Settings& settings) {
     parameters.colourMode =
         static_cast<Reconstruction::Parameters::ColourMode>(internal<Internal::Camera::ColorMode>(settings));
     return parameters;
+}
+
+Settings withExposuresOf(const Settings& recorded, Settings settings) {
+    SettingsInternal& internals = settings.getSettingsInternal();
+    const auto take = [&]<class... S>() { (settings.set(recorded.get<S>()), ...); };
+    const auto takeInternal = [&]<class... S>() { (internals.set(recorded.getSettingsInternal().get<S>()), ...); };
+    take.template operator()<Settings::ExposureTime, Settings::Iris, Settings::Brightness, Settings::Bidirectional>();
+    takeInternal.template operator()<Internal::Measurement::AdvancedPattern, Internal::Measurement::InversePatterns,
+                                     Internal::Camera::BayerLayout, Internal::Camera::BlackLevel,
+                                     Internal::Camera::Gain, Internal::Camera::Gamma, Internal::Projector::ToggleRGB,
+                                     Internal::Projector::MaxLEDCurrents, Internal::Lens::MaxIris>();
+    return settings;
 }
 
 Driver::DriverConfiguration driverConfiguration(const Settings& settings) {

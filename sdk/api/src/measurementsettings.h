@@ -21,6 +21,9 @@ namespace Vorta {
 /// What may change from capture to capture of the same patterns.
 [[nodiscard]] Reconstruction::Parameters reconstructionParameters(const Settings& settings);
 
+/// `settings` with what raw images bring along taken from the settings they were exposed with: patterns, light, sensor.
+[[nodiscard]] Settings withExposuresOf(const Settings& recorded, Settings settings);
+
 /// What a driver is to know before it looks for heads.
 [[nodiscard]] Driver::DriverConfiguration driverConfiguration(const Settings& settings);
 

@@ -54,10 +54,9 @@ void MeasuringHead::checkTemperature(const Settings& settings) const {
 
 /// Plans anew what other patterns or another way to compute ask for.
 void MeasuringHead::prepare(const Settings& settings) {
-    // A recording has been taken with patterns of its own.
     const Driver::HeadDimensions size = head_->dimensions();
-    const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(
-        size.projectorWidth, size.projectorHeight, sequenceOptions(recording_ ? recording_->settings : settings));
+    const Reconstruction::SequenceLayout layout =
+        Reconstruction::planSequence(size.projectorWidth, size.projectorHeight, sequenceOptions(settings));
     const Reconstruction::ReconstructorOptions options = reconstructorOptions(settings, mosaic_);
     if (reconstructor_ && layout == *layout_ && options == *options_)
         return;
@@ -67,8 +66,8 @@ void MeasuringHead::prepare(const Settings& settings) {
     options_ = options;
 }
 
-const Driver::HeadCalibration& MeasuringHead::calibration(const Settings& settings) {
-    const Driver::HeadCalibration* chosen = calibrations_.choose(settings);
+const NotedCalibration& MeasuringHead::calibration(const Settings& settings) {
+    const NotedCalibration* chosen = calibrations_.choose(settings);
     if (!chosen)
         throw RuntimeException("it stores no calibration, and the setting " +
                                std::string(Internal::Measurement::CalibrationFile::path) +
@@ -76,27 +75,29 @@ const Driver::HeadCalibration& MeasuringHead::calibration(const Settings& settin
     return *chosen;
 }
 
-void MeasuringHead::calibrate(const Settings& settings, const Driver::Temperatures& temperatures) {
-    const Driver::HeadCalibration& chosen = calibration(settings);
-    reconstructor_->setCalibration(
-        Reconstruction::calibrationAt(chosen, calibrationTemperature(settings, chosen, temperatures)));
+/// Calibrates the reconstruction of a capture and notes what with.
+void MeasuringHead::calibrate(const Settings& settings, FrameInfo& info) {
+    const NotedCalibration& chosen = calibration(settings);
+    const double temperature = calibrationTemperature(settings, chosen.calibration, info.temperatures);
+    reconstructor_->setCalibration(Reconstruction::calibrationAt(chosen.calibration, temperature));
+    info.calibrationText = chosen.text;
 }
 
 void MeasuringHead::saveCalibration(const Settings& settings, const std::string& path) {
-    const Driver::HeadCalibration* chosen = nullptr;
+    const NotedCalibration* chosen = nullptr;
     try {
         chosen = &calibration(settings);
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber_ + "' has no calibration to save: " + error.what());
     }
-    Reconstruction::saveCalibration(*chosen, path);
+    Reconstruction::saveCalibration(chosen->calibration, path);
 }
 
 Measurement MeasuringHead::acquire(const Settings& settings) {
     const auto began = steady_clock::now();
     prepare(settings);
     head_->configure(headConfiguration(settings));
-    Measurement measurement;
+    Measurement measurement{.cloud = {}, .settings = settings, .info = {}};
     FrameInfo& info = measurement.info;
     info.time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
     head_->acquire(sequence_, images_);
@@ -105,7 +106,7 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
     info.temperatures = head_->temperatures();
     const Reconstruction::Parameters parameters = reconstructionParameters(settings);
     if (parameters.applyCalibration)
-        calibrate(settings, info.temperatures);
+        calibrate(settings, info);
     reconstructor_->reconstruct(images_, parameters, measurement.cloud);
     if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
         Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_, images_.count(),
@@ -113,18 +114,23 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
     return measurement;
 }
 
+Measurement MeasuringHead::replay(const Settings& settings) {
+    if (recording_->cloud)
+        return {.cloud = *recording_->cloud,
+                .settings = recording_->settings,
+                .info = {.head = head_->identity(), .time = recording_->time, .temperatures = head_->temperatures()}};
+    Measurement measurement = acquire(withExposuresOf(recording_->settings, settings));
+    measurement.info.time = recording_->time;
+    return measurement;
+}
+
 Measurement MeasuringHead::measure(const Settings& settings) {
     try {
         validate(settings);
-        checkTemperature(settings);
-        if (recording_ && recording_->cloud)
-            return {
-                .cloud = *recording_->cloud,
-                .info = {.head = head_->identity(), .time = recording_->time, .temperatures = head_->temperatures()}};
-        Measurement measurement = acquire(settings);
         if (recording_)
-            measurement.info.time = recording_->time;
-        return measurement;
+            return replay(settings);
+        checkTemperature(settings);
+        return acquire(settings);
     } catch (const std::exception& error) {
         throw RuntimeException("Camera '" + serialNumber_ +
                                (head_->isPresent() ? "' cannot capture: " : "' has vanished: ") + error.what());

@@ -19,6 +19,7 @@ namespace Vorta {
 /// One measurement: points and the facts about how they came about.
 struct Measurement {
     PointCloud cloud;
+    Settings settings; ///< that it really has: a recording keeps what belongs to its exposures
     FrameInfo info;
 };
 
@@ -43,9 +44,10 @@ public:
 private:
     void checkTemperature(const Settings& settings) const;
     void prepare(const Settings& settings);
-    [[nodiscard]] const Driver::HeadCalibration& calibration(const Settings& settings);
-    void calibrate(const Settings& settings, const Driver::Temperatures& temperatures);
+    [[nodiscard]] const NotedCalibration& calibration(const Settings& settings);
+    void calibrate(const Settings& settings, FrameInfo& info);
     [[nodiscard]] Measurement acquire(const Settings& settings);
+    [[nodiscard]] Measurement replay(const Settings& settings);
 
     std::shared_ptr<DriverLibrary> driver_; // first, since the head is the driver's code
     std::string serialNumber_;

@@ -2,9 +2,10 @@
 
 #include "vorta/common/exceptions.h"
 
-#include <netcdf.h>
-
+#include <algorithm>
 #include <array>
+#include <hdf5.h>
+#include <netcdf.h>
 #include <system_error>
 #include <utility>
 
@@ -47,6 +48,11 @@ Type fromNetCdf(nc_type type) {
     return Type::Other;
 }
 
+/// What netCDF takes in place of a variable for the group's own attributes.
+Variable globalOf(int group) {
+    return {.group = group, .id = NC_GLOBAL};
+}
+
 bool isFull(const std::filesystem::path& folder) {
     std::error_code error;
     const auto space = std::filesystem::space(folder, error);
@@ -55,10 +61,20 @@ bool isFull(const std::filesystem::path& folder) {
 
 } // namespace
 
+void keepHdf5Quiet() {
+    H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
+}
+
 File::File(Mode mode, const std::filesystem::path& path, std::string name)
-    : turn_(turns()), mode_(mode), name_(std::move(name)), folder_(std::filesystem::absolute(path).parent_path()) {
+    : turn_(turns()), mode_(mode), name_(std::move(name)), path_(std::filesystem::absolute(path)) {
+    keepHdf5Quiet();
     // The whole path begins with no protocol, so that the library never takes a file for an address.
-    const std::string whole = std::filesystem::absolute(path).string();
+    const std::string whole = path_.string();
+    if (mode == Mode::Read) {
+        std::error_code error; // opening says what is wrong
+        const auto bytes = std::filesystem::file_size(path_, error);
+        bytes_ = error ? 0 : bytes;
+    }
     check(mode == Mode::Write ? nc_create(whole.c_str(), NC_CLOBBER | NC_NETCDF4, &id_)
                               : nc_open(whole.c_str(), NC_NOWRITE, &id_),
           "opening it");
@@ -84,12 +100,39 @@ void File::close() {
 }
 
 void File::check(int status, const std::string& what) const {
-    if (status == NC_NOERR)
-        return;
-    const bool writing = mode_ == Mode::Write;
-    const std::string reason = writing && isFull(folder_) ? "the disk is full" : nc_strerror(status);
-    throw IOException("File '" + name_ + "' cannot be " + (writing ? "written" : "read") + ": " + what + " failed (" +
-                      reason + ").");
+    if (status != NC_NOERR)
+        fail(what, nc_strerror(status));
+}
+
+void File::fail(const std::string& what, const std::string& reason) const {
+    const bool isDiskFull = mode_ == Mode::Write && isFull(path_.parent_path());
+    throw IOException("File '" + name_ + "' cannot be " + (mode_ == Mode::Write ? "written" : "read") + ": " + what +
+                      " failed (" + (isDiskFull ? "the disk is full" : reason) + ").");
+}
+
+void File::fail(const std::string& what) const {
+    std::string reason;
+    const auto take = [](unsigned /*depth*/, const H5E_error2_t* error, void* text) -> herr_t {
+        if (error->desc != nullptr)
+            *static_cast<std::string*>(text) = error->desc; // the last one is the innermost
+        return 0;
+    };
+    H5Ewalk2(H5E_DEFAULT, H5E_WALK_DOWNWARD, take, &reason);
+    fail(what, reason.empty() ? "it is damaged" : reason);
+}
+
+std::int64_t File::hdf5Id() const {
+    // netCDF does not give away the handle that it works with, but HDF5 lists those that are open.
+    std::array<hid_t, 64> open{};
+    const auto count = H5Fget_obj_ids(H5F_OBJ_ALL, H5F_OBJ_FILE, open.size(), open.data());
+    const std::string whole = path_.string();
+    for (const hid_t id : std::span(open).first(static_cast<std::size_t>(std::clamp<std::int64_t>(count, 0, 64)))) {
+        std::string name(whole.size() + 1, '\0');
+        if (H5Fget_name(id, name.data(), name.size()) == static_cast<std::int64_t>(whole.size()) &&
+            name.compare(0, whole.size(), whole) == 0)
+            return id;
+    }
+    fail("finding it among the open files");
 }
 
 int File::makeGroup(int parent, const std::string& name) {
@@ -98,40 +141,51 @@ int File::makeGroup(int parent, const std::string& name) {
     return group;
 }
 
-Dimension File::makeDimension(const std::string& name, std::size_t length) {
+Dimension File::makeDimension(int group, const std::string& name, std::size_t length) {
     Dimension dimension{.length = length};
-    check(nc_def_dim(id_, name.c_str(), length, &dimension.id), "making dimension '" + name + "'");
+    check(nc_def_dim(groupId(group), name.c_str(), length, &dimension.id), "making dimension '" + name + "'");
     return dimension;
 }
 
-int File::makeVariable(const std::string& name, Type type, std::span<const Dimension> dimensions) {
+Variable File::makeVariable(int group, const std::string& name, Type type, std::span<const Dimension> dimensions) {
     std::array<int, maximumDimensions> ids{};
     for (std::size_t i = 0; i < dimensions.size(); ++i)
         ids.at(i) = dimensions[i].id;
-    int variable = 0;
-    check(nc_def_var(id_, name.c_str(), toNetCdf(type), static_cast<int>(dimensions.size()), ids.data(), &variable),
+    Variable variable{.group = groupId(group)};
+    check(nc_def_var(variable.group, name.c_str(), toNetCdf(type), static_cast<int>(dimensions.size()), ids.data(),
+                     &variable.id),
           "making variable '" + name + "'");
     return variable;
 }
 
-void File::compress(int variable, std::span<const std::size_t> chunk) {
-    check(nc_def_var_chunking(id_, variable, NC_CHUNKED, chunk.data()), "choosing blocks");
-    check(nc_def_var_deflate(id_, variable, NC_SHUFFLE, 1, deflateLevel), "choosing compression");
-    check(nc_def_var_fletcher32(id_, variable, NC_FLETCHER32), "choosing checksums");
-    check(nc_def_var_fill(id_, variable, NC_NOFILL, nullptr), "choosing not to fill in");
+void File::compress(Variable variable, std::span<const std::size_t> chunk) {
+    const auto [group, id] = variable;
+    check(nc_def_var_chunking(group, id, NC_CHUNKED, chunk.data()), "choosing blocks");
+    check(nc_def_var_deflate(group, id, NC_SHUFFLE, 1, deflateLevel), "choosing compression");
+    check(nc_def_var_fletcher32(group, id, NC_FLETCHER32), "choosing checksums");
+    check(nc_def_var_fill(group, id, NC_NOFILL, nullptr), "choosing not to fill in");
 }
 
-void File::setFill(int variable, float value) {
-    check(nc_put_att_float(id_, variable, "_FillValue", NC_FLOAT, 1, &value), "writing attribute '_FillValue'");
+void File::setFill(Variable variable, float value) {
+    check(nc_put_att_float(variable.group, variable.id, "_FillValue", NC_FLOAT, 1, &value),
+          "writing attribute '_FillValue'");
 }
 
-void File::setText(int group, int variable, const std::string& name, const std::string& value) {
-    check(nc_put_att_text(groupId(group), variable, name.c_str(), value.size(), value.c_str()),
+void File::setText(int group, const std::string& name, const std::string& value) {
+    setText(globalOf(groupId(group)), name, value);
+}
+
+void File::setText(Variable variable, const std::string& name, const std::string& value) {
+    check(nc_put_att_text(variable.group, variable.id, name.c_str(), value.size(), value.c_str()),
           "writing attribute '" + name + "'");
 }
 
-void File::setInt(int group, int variable, const std::string& name, int value) {
-    check(nc_put_att_int(groupId(group), variable, name.c_str(), NC_INT, 1, &value),
+void File::setInt(int group, const std::string& name, int value) {
+    setInt(globalOf(groupId(group)), name, value);
+}
+
+void File::setInt(Variable variable, const std::string& name, int value) {
+    check(nc_put_att_int(variable.group, variable.id, name.c_str(), NC_INT, 1, &value),
           "writing attribute '" + name + "'");
 }
 
@@ -139,23 +193,23 @@ void File::endDefinitions() {
     check(nc_enddef(id_), "writing the header");
 }
 
-void File::write(int variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
+void File::write(Variable variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
                  std::span<const float> values) {
-    check(nc_put_vara_float(id_, variable, start.data(), count.data(), values.data()), "writing values");
+    check(nc_put_vara_float(variable.group, variable.id, start.data(), count.data(), values.data()), "writing values");
 }
 
-void File::write(int variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
+void File::write(Variable variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
                  std::span<const std::uint8_t> values) {
-    check(nc_put_vara_uchar(id_, variable, start.data(), count.data(), values.data()), "writing values");
+    check(nc_put_vara_uchar(variable.group, variable.id, start.data(), count.data(), values.data()), "writing values");
 }
 
-void File::writeScalar(int variable, double value) {
-    check(nc_put_var_double(id_, variable, &value), "writing a value");
+void File::writeScalar(Variable variable, double value) {
+    check(nc_put_var_double(variable.group, variable.id, &value), "writing a value");
 }
 
-void File::writeScalar(int variable, std::int64_t value) {
+void File::writeScalar(Variable variable, std::int64_t value) {
     const long long wide = value;
-    check(nc_put_var_longlong(id_, variable, &wide), "writing a value");
+    check(nc_put_var_longlong(variable.group, variable.id, &wide), "writing a value");
 }
 
 bool File::isNetCdf4() const {
@@ -173,29 +227,30 @@ std::optional<int> File::group(const std::string& wholeName) const {
     return group;
 }
 
-std::optional<VariableInfo> File::variable(const std::string& name) const {
-    VariableInfo info;
-    const int found = nc_inq_varid(id_, name.c_str(), &info.id);
+std::optional<VariableInfo> File::variable(int group, const std::string& name) const {
+    VariableInfo info{.variable = {.group = groupId(group)}};
+    auto& [parent, id] = info.variable;
+    const int found = nc_inq_varid(parent, name.c_str(), &id);
     if (found == NC_ENOTVAR)
         return std::nullopt;
     check(found, "finding variable '" + name + "'");
     const std::string what = "describing variable '" + name + "'";
     nc_type type = NC_NAT;
     int dimensionCount = 0;
-    check(nc_inq_var(id_, info.id, nullptr, &type, &dimensionCount, nullptr, nullptr), what);
+    check(nc_inq_var(parent, id, nullptr, &type, &dimensionCount, nullptr, nullptr), what);
     info.type = fromNetCdf(type);
     // A variable may have any number of dimensions up to the library's own limit, so ask into room for all of them.
     std::vector<int> ids(NC_MAX_VAR_DIMS);
-    check(nc_inq_vardimid(id_, info.id, ids.data()), what);
+    check(nc_inq_vardimid(parent, id, ids.data()), what);
     for (int i = 0; i < dimensionCount; ++i) {
         Dimension dimension{.id = ids[static_cast<std::size_t>(i)]};
-        check(nc_inq_dimlen(id_, dimension.id, &dimension.length), what);
+        check(nc_inq_dimlen(parent, dimension.id, &dimension.length), what);
         info.dimensions.push_back(dimension);
     }
     if (dimensionCount > 0) {
         int storage = NC_CONTIGUOUS;
         std::vector<std::size_t> chunk(NC_MAX_VAR_DIMS);
-        check(nc_inq_var_chunking(id_, info.id, &storage, chunk.data()), what);
+        check(nc_inq_var_chunking(parent, id, &storage, chunk.data()), what);
         if (storage == NC_CHUNKED)
             info.chunk.assign(chunk.begin(), chunk.begin() + dimensionCount);
     }
@@ -203,9 +258,13 @@ std::optional<VariableInfo> File::variable(const std::string& name) const {
 }
 
 std::optional<std::string> File::text(int group, const std::string& name, std::size_t maximumLength) const {
+    return text(globalOf(groupId(group)), name, maximumLength);
+}
+
+std::optional<std::string> File::text(Variable variable, const std::string& name, std::size_t maximumLength) const {
     nc_type type = NC_NAT;
     std::size_t length = 0;
-    const int found = nc_inq_att(groupId(group), NC_GLOBAL, name.c_str(), &type, &length);
+    const int found = nc_inq_att(variable.group, variable.id, name.c_str(), &type, &length);
     if (found == NC_ENOTATT)
         return std::nullopt;
     check(found, "finding attribute '" + name + "'");
@@ -215,57 +274,63 @@ std::optional<std::string> File::text(int group, const std::string& name, std::s
         throw IOException("File '" + name_ + "' cannot be read: attribute '" + name + "' is " + std::to_string(length) +
                           " characters long, more than the " + std::to_string(maximumLength) + " that are allowed.");
     std::string value(length, '\0');
-    check(nc_get_att_text(groupId(group), NC_GLOBAL, name.c_str(), value.data()), "reading attribute '" + name + "'");
+    check(nc_get_att_text(variable.group, variable.id, name.c_str(), value.data()), "reading attribute '" + name + "'");
     return value;
 }
 
 std::optional<int> File::integer(int group, const std::string& name) const {
+    return integer(globalOf(groupId(group)), name);
+}
+
+std::optional<int> File::integer(Variable variable, const std::string& name) const {
     nc_type type = NC_NAT;
     std::size_t length = 0;
-    const int found = nc_inq_att(groupId(group), NC_GLOBAL, name.c_str(), &type, &length);
+    const int found = nc_inq_att(variable.group, variable.id, name.c_str(), &type, &length);
     if (found == NC_ENOTATT)
         return std::nullopt;
     check(found, "finding attribute '" + name + "'");
     if (type != NC_INT || length != 1)
         throw IOException("File '" + name_ + "' cannot be read: attribute '" + name + "' is not one whole number.");
     int value = 0;
-    check(nc_get_att_int(groupId(group), NC_GLOBAL, name.c_str(), &value), "reading attribute '" + name + "'");
+    check(nc_get_att_int(variable.group, variable.id, name.c_str(), &value), "reading attribute '" + name + "'");
     return value;
 }
 
-void File::read(int variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
+void File::read(Variable variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
                 std::span<float> values) const {
-    check(nc_get_vara_float(id_, variable, start.data(), count.data(), values.data()), "reading the points");
+    check(nc_get_vara_float(variable.group, variable.id, start.data(), count.data(), values.data()),
+          "reading the points");
 }
 
-void File::read(int variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
+void File::read(Variable variable, std::span<const std::size_t> start, std::span<const std::size_t> count,
                 std::span<std::uint8_t> values) const {
-    check(nc_get_vara_uchar(id_, variable, start.data(), count.data(), values.data()), "reading the points");
+    check(nc_get_vara_uchar(variable.group, variable.id, start.data(), count.data(), values.data()),
+          "reading the points");
 }
 
-std::optional<VariableInfo> File::scalar(const std::string& name, Type type) const {
-    auto info = variable(name);
+std::optional<VariableInfo> File::scalar(int group, const std::string& name, Type type) const {
+    auto info = variable(group, name);
     if (info && (info->type != type || !info->dimensions.empty()))
         throw IOException("File '" + name_ + "' cannot be read: variable '" + name +
                           "' is not a single value of the right type.");
     return info;
 }
 
-std::optional<double> File::scalarDouble(const std::string& name) const {
-    const auto info = scalar(name, Type::Double);
+std::optional<double> File::scalarDouble(int group, const std::string& name) const {
+    const auto info = scalar(group, name, Type::Double);
     if (!info)
         return std::nullopt;
     double value = 0.0;
-    check(nc_get_var_double(id_, info->id, &value), "reading variable '" + name + "'");
+    check(nc_get_var_double(info->variable.group, info->variable.id, &value), "reading variable '" + name + "'");
     return value;
 }
 
-std::optional<std::int64_t> File::scalarInt64(const std::string& name) const {
-    const auto info = scalar(name, Type::Int64);
+std::optional<std::int64_t> File::scalarInt64(int group, const std::string& name) const {
+    const auto info = scalar(group, name, Type::Int64);
     if (!info)
         return std::nullopt;
     long long value = 0;
-    check(nc_get_var_longlong(id_, info->id, &value), "reading variable '" + name + "'");
+    check(nc_get_var_longlong(info->variable.group, info->variable.id, &value), "reading variable '" + name + "'");
     return value;
 }
 

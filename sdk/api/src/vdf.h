@@ -1,11 +1,15 @@
 #pragma once
 
+#include "vorta/api/export.h"
 #include "vorta/api/frameimpl.h"
 #include "vorta/compute/computedevice.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 /// The data file (".vdf"): netCDF-4, laid out as docs/vdf-format.md describes.
@@ -27,8 +31,21 @@ inline constexpr const char* serialNumber = "camera_serial_number";
 inline constexpr const char* firmware = "camera_firmware";
 inline constexpr const char* revision = "camera_product_revision";
 inline constexpr const char* settings = "settings";
-inline constexpr const char* settingsText = "yaml";
+inline constexpr const char* calibration = "calibration";
+inline constexpr const char* yaml = "yaml"; ///< of the settings and of the calibration
+inline constexpr const char* exposure = "exposure";
+inline constexpr const char* image = "image";
+inline constexpr const char* bayerLayout = "bayer_layout";
+inline constexpr const char* children = "children";
 } // namespace Name
+
+// The most that a file may hold; larger statements are refused before any memory is asked for.
+inline constexpr std::size_t maximumSide = 16384; ///< rows or columns
+inline constexpr std::size_t maximumPoints = std::size_t{1} << 26U;
+inline constexpr std::size_t maximumText = 65536; ///< characters of one attribute
+inline constexpr std::size_t maximumCalibrationText = std::size_t{1} << 20U;
+inline constexpr std::size_t maximumImages = 1024;
+inline constexpr std::size_t maximumChildren = 64;
 
 /// One float per point: a variable of the file and a member of `Point`.
 struct Channel {
@@ -63,18 +80,49 @@ inline constexpr std::array<Temperature, 4> temperatures{{
     {"dmd_temperature", "temperature of the projector chip", &Driver::Temperatures::dmd},
 }};
 
-/// Rows that are moved at a time: enough to keep the compressor busy, little enough to stay in the cache.
-[[nodiscard]] constexpr std::size_t blockRows(std::size_t height, std::size_t width) noexcept {
-    constexpr std::size_t blockPoints = 65536;
+/// One size of the head's two images: an attribute of the raw images.
+struct HeadSize {
+    const char* name;
+    std::size_t Driver::HeadDimensions::*member;
+};
+
+inline constexpr std::array<HeadSize, 4> headSizes{{
+    {"sensor_width", &Driver::HeadDimensions::sensorWidth},
+    {"sensor_height", &Driver::HeadDimensions::sensorHeight},
+    {"projector_width", &Driver::HeadDimensions::projectorWidth},
+    {"projector_height", &Driver::HeadDimensions::projectorHeight},
+}};
+
+struct BayerName {
+    const char* name;
+    Driver::BayerLayout layout;
+};
+
+inline constexpr std::array<BayerName, 4> bayerNames{{
+    {"GRBG", Driver::BayerLayout::GRBG},
+    {"RGGB", Driver::BayerLayout::RGGB},
+    {"BGGR", Driver::BayerLayout::BGGR},
+    {"GBRG", Driver::BayerLayout::GBRG},
+}};
+
+/// Rows of a stored block: enough to keep the compressor busy, little enough to stay in the cache.
+[[nodiscard]] constexpr std::size_t blockRows(std::size_t height, std::size_t width,
+                                              std::size_t blockPoints = 65536) noexcept {
     return width >= blockPoints ? 1 : std::min(height, blockPoints / width);
 }
 
-/// Writes the file under another name in the same folder and renames it when it is complete. Throws IOException that
-/// names the file and why.
-void save(const FrameImpl& frame, const std::string& path);
+/// The same for raw images, whose pixels are single bytes.
+[[nodiscard]] constexpr std::size_t imageBlockRows(std::size_t height, std::size_t width) noexcept {
+    return blockRows(height, width, 262144);
+}
+
+/// Writes the file under another name in the same folder and renames it when it is complete. `threads` compress at once
+/// (0: one per core); the file is the same whatever their number. Throws IOException that names the file and why.
+VORTA_API_EXPORT void save(const FrameImpl& frame, const std::string& path, std::size_t threads = 0);
 
 /// Reads a file, every statement of its header checked before it is relied on. Throws IOException that names the file
 /// and what is wrong with it.
-[[nodiscard]] std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device);
+[[nodiscard]] VORTA_API_EXPORT std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device,
+                                                               std::size_t threads = 0);
 
 } // namespace Vorta::Vdf

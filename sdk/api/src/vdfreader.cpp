@@ -1,6 +1,7 @@
 #include "vdf.h"
 
 #include "netcdffile.h"
+#include "vdfgrid.h"
 
 #include "vorta/common/exceptions.h"
 
@@ -18,9 +19,6 @@ using NetCdf::File;
 using NetCdf::Type;
 using NetCdf::VariableInfo;
 
-constexpr std::size_t maximumSide = 16384;
-constexpr std::size_t maximumPoints = std::size_t{1} << 26U;
-constexpr std::size_t maximumText = 65536; ///< characters of one attribute
 constexpr std::size_t bytesPerPoint = channels.size() * sizeof(float) + colourMembers.size();
 /// No deflate stream unpacks to more than about this many times its length, so a short file cannot hold many points.
 constexpr std::size_t maximumDeflateRatio = 1040;
@@ -47,51 +45,62 @@ const std::string& checkSignature(const std::string& path) {
     return path;
 }
 
-/// Where the points are, once everything about it has been checked.
-struct Grid {
-    std::size_t height = 0;
-    std::size_t width = 0;
-    std::array<int, channels.size()> floats{};
-    int colour = 0;
-};
-
-/// Reads one data file; every failure names it.
-class Reader {
+/// Keeps what a file promises within what its length can hold, so that memory is asked for only when it will be filled.
+class Promises {
 public:
-    explicit Reader(const std::string& path) : path_(path), file_(File::open(checkSignature(path))) {}
+    explicit Promises(std::size_t fileBytes) : left_(fileBytes * maximumDeflateRatio) {}
 
-    [[nodiscard]] std::shared_ptr<FrameImpl> read(const ComputeDevice& device) const {
-        checkVersion();
-        FrameInfo info = readInfo();
-        Settings settings = readSettings();
-        return std::make_shared<FrameImpl>(readCloud(), std::move(settings), std::move(info), device);
+    /// Whether the file can hold so many bytes more.
+    [[nodiscard]] bool take(std::size_t bytes) noexcept {
+        if (bytes > left_)
+            return false;
+        left_ -= bytes;
+        return true;
     }
 
 private:
-    [[nodiscard]] IOException error(const std::string& reason) const { return readError(path_, reason); }
+    std::size_t left_;
+};
 
-    void checkVersion() const {
-        const auto version = file_.integer(File::root, Name::version);
-        if (!file_.isNetCdf4() || !version)
-            throw error("it is not a Vorta data file: attribute '" + std::string(Name::version) + "' is missing.");
-        if (*version > formatVersion)
-            throw error("its format version is " + std::to_string(*version) +
-                        ", and this program knows versions up to " + std::to_string(formatVersion) +
-                        ". A newer program can read it.");
-        if (*version < 1)
-            throw error("its format version " + std::to_string(*version) + " does not exist.");
+/// Reads the measurement in one group of a file; every failure names the file.
+class MeasurementReader {
+public:
+    /// `wholeName` is that of the group and ends with a slash.
+    MeasurementReader(const std::string& path, const File& file, int group, std::string wholeName, Promises& promises)
+        : path_(path), file_(file), group_(group), promises_(promises) {
+        grid_.group = std::move(wholeName);
     }
 
+    [[nodiscard]] std::shared_ptr<FrameImpl> read(const ComputeDevice& device, std::size_t threads) {
+        FrameInfo info = readInfo();
+        Settings settings = readSettings();
+        readGrid();
+        readImageFacts(info.raw);
+        PointCloud cloud = readCloud(file_, grid_, threads);
+        if (grid_.image)
+            info.raw.images = std::make_shared<Driver::ImageStack>(readImages(file_, grid_, threads));
+        return std::make_shared<FrameImpl>(std::move(cloud), std::move(settings), std::move(info), device);
+    }
+
+private:
+    /// Failures in the root say nothing about where they are.
+    [[nodiscard]] IOException error(const std::string& reason) const {
+        return readError(path_, grid_.group == "/" ? reason : "group '" + groupName() + "': " + reason);
+    }
+
+    /// The group's whole name without the slash at the end.
+    [[nodiscard]] std::string groupName() const { return grid_.group.substr(0, grid_.group.size() - 1); }
+
     [[nodiscard]] std::string text(const char* name) const {
-        auto value = file_.text(File::root, name, maximumText);
+        auto value = file_.text(group_, name, maximumText);
         if (!value)
             throw error("attribute '" + std::string(name) + "' is missing.");
         return *std::move(value);
     }
 
     [[nodiscard]] FrameInfo readInfo() const {
-        const auto time = file_.scalarInt64(Name::time);
-        const auto head = file_.scalarDouble(headTemperature);
+        const auto time = file_.scalarInt64(group_, Name::time);
+        const auto head = file_.scalarDouble(group_, headTemperature);
         if (!time || !head)
             throw error(std::string("variable '") + (time ? headTemperature : Name::time) + "' is missing.");
         constexpr std::int64_t year10000 = 253'402'300'800'000'000; // microseconds
@@ -105,12 +114,14 @@ private:
                        .temperatures = {}};
         info.temperatures.head = *head;
         for (const Temperature& temperature : temperatures)
-            info.temperatures.*temperature.member = file_.scalarDouble(temperature.name);
+            info.temperatures.*temperature.member = file_.scalarDouble(group_, temperature.name);
+        if (const auto calibration = file_.group(grid_.group + Name::calibration))
+            info.calibrationText = file_.text(*calibration, Name::yaml, maximumCalibrationText).value_or("");
         return info;
     }
 
     [[nodiscard]] Settings readSettings() const {
-        const std::string root = std::string("/") + Name::settings;
+        const std::string root = grid_.group + Name::settings;
         if (!file_.group(root))
             throw error("group '" + root + "' is missing.");
         Settings settings;
@@ -133,84 +144,125 @@ private:
         return settings;
     }
 
-    /// Checks type, shape and blocks against the grid, which the first variable determines.
-    [[nodiscard]] int gridVariable(const char* name, Type type, std::size_t depth, Grid& grid) const {
-        const auto info = file_.variable(name);
-        const auto refuse = [&](const std::string& reason) {
-            return error("variable '" + std::string(name) + "' " + reason + ".");
-        };
-        if (!info)
-            throw refuse("is missing");
-        if (info->type != type)
-            throw refuse("has the wrong type");
-        const auto& dimensions = info->dimensions;
-        if (dimensions.size() != (depth == 1 ? 2 : 3) || (depth != 1 && dimensions[2].length != depth))
-            throw refuse("has the wrong dimensions");
-        if (grid.height == 0)
-            checkSize(dimensions[0].length, dimensions[1].length, grid);
-        if (dimensions[0].length != grid.height || dimensions[1].length != grid.width)
-            throw refuse("has another size than '" + std::string(channels.front().name) + "'");
-        for (std::size_t i = 0; i < info->chunk.size(); ++i)
-            if (info->chunk[i] == 0 || info->chunk[i] > dimensions[i].length)
-                throw refuse("is stored in blocks that are larger than itself");
-        return info->id;
+    [[nodiscard]] IOException refusal(const char* variable, const std::string& reason) const {
+        return error("variable '" + std::string(variable) + "' " + reason + ".");
     }
 
-    void checkSize(std::size_t height, std::size_t width, Grid& grid) const {
+    void checkArray(const char* name, const VariableInfo& info, Type type, std::size_t rank) const {
+        if (info.type != type)
+            throw refusal(name, "has the wrong type");
+        if (info.dimensions.size() != rank)
+            throw refusal(name, "has the wrong dimensions");
+        for (std::size_t i = 0; i < info.chunk.size(); ++i)
+            if (info.chunk[i] == 0 || info.chunk[i] > info.dimensions[i].length)
+                throw refusal(name, "is stored in blocks that are larger than itself");
+    }
+
+    /// Checks type, shape and blocks against the grid, which the first variable determines.
+    [[nodiscard]] VariableInfo gridVariable(const char* name, Type type, std::size_t depth) {
+        auto info = file_.variable(group_, name);
+        if (!info)
+            throw refusal(name, "is missing");
+        const auto& dimensions = info->dimensions;
+        if (info->type == type && grid_.height == 0 && dimensions.size() == 2)
+            takeSize(dimensions[0].length, dimensions[1].length);
+        checkArray(name, *info, type, depth == 1 ? 2 : 3);
+        if (depth != 1 && dimensions[2].length != depth)
+            throw refusal(name, "has the wrong dimensions");
+        if (dimensions[0].length != grid_.height || dimensions[1].length != grid_.width)
+            throw refusal(name, "has another size than '" + std::string(channels.front().name) + "'");
+        return *std::move(info);
+    }
+
+    void takeSize(std::size_t height, std::size_t width) {
         const std::string size = std::to_string(height) + " x " + std::to_string(width) + " points";
         if (height == 0 || width == 0)
             throw error("it holds no points.");
         if (height > maximumSide || width > maximumSide || height * width > maximumPoints)
             throw error("its grid of " + size + " is larger than this program accepts.");
-        if (std::filesystem::file_size(path_) < height * width * bytesPerPoint / maximumDeflateRatio)
+        if (!promises_.take(height * width * bytesPerPoint))
             throw error("it is too short to hold its " + size + ".");
-        grid.height = height;
-        grid.width = width;
+        grid_.height = height;
+        grid_.width = width;
     }
 
-    [[nodiscard]] Grid readGrid() const {
-        Grid grid;
+    void readGrid() {
         for (std::size_t i = 0; i < channels.size(); ++i)
-            grid.floats.at(i) = gridVariable(channels.at(i).name, Type::Float, 1, grid);
-        grid.colour = gridVariable(Name::colour, Type::UnsignedByte, colourMembers.size(), grid);
-        return grid;
+            grid_.floats.at(i) = gridVariable(channels.at(i).name, Type::Float, 1);
+        grid_.colour = gridVariable(Name::colour, Type::UnsignedByte, colourMembers.size());
     }
 
-    [[nodiscard]] PointCloud readCloud() const {
-        const Grid grid = readGrid();
-        PointCloud cloud = PointCloud::uninitialized(grid.height, grid.width);
-        const std::size_t rows = blockRows(grid.height, grid.width);
-        std::vector<float> values(rows * grid.width);
-        std::vector<std::uint8_t> colours(values.size() * colourMembers.size());
-        for (std::size_t row = 0; row < grid.height; row += rows) {
-            const std::array<std::size_t, 3> start{row, 0, 0};
-            const std::array<std::size_t, 3> count{std::min(rows, grid.height - row), grid.width, colourMembers.size()};
-            const std::size_t points = count[0] * count[1];
-            const std::span<Point> block = cloud.points().subspan(row * grid.width, points);
-            for (std::size_t c = 0; c < channels.size(); ++c) {
-                file_.read(grid.floats[c], std::span(start).first(2), std::span(count).first(2),
-                           std::span(values).first(points));
-                for (std::size_t i = 0; i < points; ++i)
-                    block[i].*channels[c].member = values[i];
-            }
-            file_.read(grid.colour, start, count, std::span(colours).first(points * colourMembers.size()));
-            for (std::size_t i = 0; i < points; ++i) {
-                for (std::size_t c = 0; c < colourMembers.size(); ++c)
-                    block[i].*colourMembers[c] = colours[i * colourMembers.size() + c];
-                block[i].alpha = Point{}.alpha;
-            }
+    /// What the file says of raw images, which it need not have.
+    void readImageFacts(RawImages& raw) {
+        auto info = file_.variable(group_, Name::image);
+        if (!info)
+            return;
+        checkArray(Name::image, *info, Type::UnsignedByte, 3);
+        const auto& dimensions = info->dimensions;
+        const std::size_t count = dimensions[0].length;
+        if (dimensions[1].length != grid_.height || dimensions[2].length != grid_.width)
+            throw refusal(Name::image, "has another size than '" + std::string(channels.front().name) + "'");
+        if (count == 0 || count > maximumImages)
+            throw error("its " + std::to_string(count) + " raw images are not from 1 to " +
+                        std::to_string(maximumImages) + ".");
+        if (!promises_.take(count * grid_.height * grid_.width))
+            throw error("it is too short to hold its " + std::to_string(count) + " raw images.");
+        const auto layout = file_.text(info->variable, Name::bayerLayout, maximumText);
+        const auto known = std::ranges::find_if(
+            bayerNames, [&](const BayerName& candidate) { return layout && *layout == candidate.name; });
+        if (known == bayerNames.end())
+            throw refusal(Name::image, std::string("has no valid attribute '") + Name::bayerLayout + "'");
+        raw.bayerLayout = known->layout;
+        for (const HeadSize& size : headSizes) {
+            const auto length = file_.integer(info->variable, size.name);
+            if (!length || *length < 0 || static_cast<std::size_t>(*length) > maximumSide)
+                throw refusal(Name::image, std::string("has no valid attribute '") + size.name + "'");
+            raw.dimensions.*size.member = static_cast<std::size_t>(*length);
         }
-        return cloud;
+        grid_.image = std::move(info);
+        grid_.imageCount = count;
     }
 
-    std::string path_;
-    File file_;
+    const std::string& path_;
+    const File& file_;
+    int group_;
+    Promises& promises_;
+    Grid grid_;
 };
+
+/// Refuses files of other kinds and of later versions.
+void checkVersion(const File& file, const std::string& path) {
+    const auto version = file.integer(File::root, Name::version);
+    if (!file.isNetCdf4() || !version)
+        throw readError(path,
+                        "it is not a Vorta data file: attribute '" + std::string(Name::version) + "' is missing.");
+    if (*version > formatVersion)
+        throw readError(path, "its format version is " + std::to_string(*version) +
+                                  ", and this program knows versions up to " + std::to_string(formatVersion) +
+                                  ". A newer program can read it.");
+    if (*version < 1)
+        throw readError(path, "its format version " + std::to_string(*version) + " does not exist.");
+}
 
 } // namespace
 
-std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device) {
-    return Reader(path).read(device);
+std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device, std::size_t threads) {
+    const File file = File::open(checkSignature(path));
+    checkVersion(file, path);
+    Promises promises(file.bytes());
+    auto frame = MeasurementReader(path, file, File::root, "/", promises).read(device, threads);
+    std::vector<Frame> children;
+    for (;;) {
+        const std::string wholeName = std::string("/") + Name::children + '/' + std::to_string(children.size());
+        const auto group = file.group(wholeName);
+        if (!group)
+            break;
+        if (children.size() == maximumChildren)
+            throw readError(path, "it holds more than " + std::to_string(maximumChildren) + " child measurements.");
+        children.emplace_back(MeasurementReader(path, file, *group, wholeName + '/', promises).read(device, threads));
+    }
+    frame->setChildFrames(std::move(children));
+    return frame;
 }
 
 } // namespace Vorta::Vdf

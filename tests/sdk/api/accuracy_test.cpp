@@ -53,7 +53,7 @@ Capture captureWith(const Settings& wanted, const std::string& serialNumber) {
     const auto calibration = Reconstruction::parseCalibration(info.calibrationText, "the frame's calibration");
     return {.cloud = frame.getPointCloud(),
             .truth = camera.getImpl().groundTruth().value(),
-            .images = info.images,
+            .images = info.raw.images,
             .geometry = calibration.stages.front().geometry};
 }
 

@@ -18,7 +18,7 @@ Driver::HeadIdentity ReplayHead::identity() const {
 }
 
 Driver::HeadDimensions ReplayHead::dimensions() const {
-    return frame_.getImpl().info().dimensions;
+    return frame_.getImpl().info().raw.dimensions;
 }
 
 std::optional<Driver::HeadCalibration> ReplayHead::calibration() const {
@@ -29,7 +29,8 @@ std::optional<Driver::HeadCalibration> ReplayHead::calibration() const {
 }
 
 std::optional<Driver::BayerLayout> ReplayHead::bayerLayout() const {
-    return frame_.getImpl().info().bayerLayout;
+    const RawImages& raw = frame_.getImpl().info().raw;
+    return raw.images ? std::optional(raw.bayerLayout) : std::nullopt;
 }
 
 Driver::Temperatures ReplayHead::temperatures() const {
@@ -44,7 +45,7 @@ bool ReplayHead::isPresent() const {
 void ReplayHead::acquire(const Driver::PatternSequence& sequence, Driver::ImageStack& images) {
     if (!isPresent())
         throw RuntimeException("The data file '" + file_.string() + "' is gone.");
-    const auto& stored = frame_.getImpl().info().images;
+    const auto& stored = frame_.getImpl().info().raw.images;
     if (!stored)
         throw RuntimeException("The data file '" + file_.string() + "' holds no raw images.");
     if (stored->count() != sequence.patterns.size())
@@ -59,7 +60,7 @@ void ReplayHead::acquire(const Driver::PatternSequence& sequence, Driver::ImageS
 std::optional<Driver::Recording> ReplayHead::recording() const {
     const FrameImpl& frame = frame_.getImpl();
     Driver::Recording recording{.settings = frame.settings(), .time = frame.info().time, .cloud = {}};
-    if (!frame.info().images)
+    if (!frame.info().raw.images)
         recording.cloud = frame.cloud();
     return recording;
 }

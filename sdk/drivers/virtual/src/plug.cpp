@@ -2,7 +2,7 @@
 
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
-#include "words.h"
+#include "vorta/yaml/words.h"
 
 #include <algorithm>
 #include <chrono>
