@@ -133,6 +133,7 @@ int main(int argc, char** argv) {
                                              reconstructor.setCalibration((isWarm = !isWarm) ? warmer : head);
                                      })
             ->Unit(benchmark::kMillisecond)
+            ->MeasureProcessCPUTime()
             ->UseRealTime();
     };
     takeCalibrations("new calibration, triangulation", exact);

@@ -36,7 +36,7 @@ struct Box {
 
 Box areaOf(const Driver::PinholeModel& projector) {
     constexpr std::size_t samples = 32;
-    const double width = static_cast<double>(projector.width);
+    const auto width = static_cast<double>(projector.width);
     const double height = static_cast<double>(projector.height) + 2.0 * rowMargin;
     Box box{.left = 1e300, .right = -1e300, .top = 1e300, .bottom = -1e300};
     for (std::size_t i = 0; i <= samples; ++i) {

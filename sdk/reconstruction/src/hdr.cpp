@@ -121,7 +121,8 @@ void combineColours(const Series& series, std::size_t pixel, Point& result) {
         const float scale = 1.0F / exposures;
         const float gain = scale * series.tone.gain(std::max({light[0], light[1], light[2]}) * scale);
         std::ranges::transform(light, colour.begin(), [gain](float value) {
-            return static_cast<std::uint8_t>(std::min(value * gain, brightest) + 0.5F);
+            const float level = 0.5F + std::min(value * gain, brightest); // cut off below: rounded
+            return static_cast<std::uint8_t>(level);
         });
     }
     result.blue = colour[0];

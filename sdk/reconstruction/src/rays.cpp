@@ -109,7 +109,8 @@ int iterationsFor(const Driver::PinholeModel& camera) {
             const std::size_t row = i * (camera.height - 1) / samples;
             Driver::PinholeModel pixel = camera;
             pixel.width = 1;
-            pixel.cx -= static_cast<double>(j * (camera.width - 1) / samples);
+            const std::size_t column = j * (camera.width - 1) / samples;
+            pixel.cx -= static_cast<double>(column);
             const auto error = [&] {
                 float x = 0.0F;
                 float y = 0.0F;

@@ -223,8 +223,8 @@ std::vector<YamlMap> YamlMap::maps(std::string_view key) const {
         return result;
     if (!node.IsSequence())
         failAt(node, inQuotes(key) + " must be a list.");
-    for (std::size_t i = 0; i < node.size(); ++i)
-        result.push_back(YamlMap(file_, node[i]));
+    for (const auto& entry : node)
+        result.push_back(YamlMap(file_, entry));
     return result;
 }
 
