@@ -105,8 +105,7 @@ Reconstruction::Parameters reconstructionParameters(const Settings& settings) {
     parameters.redBalance = value<Settings::RedBalance>(settings);
     parameters.blueBalance = value<Settings::BlueBalance>(settings);
     parameters.blackLevel = internal<Internal::Camera::BlackLevel>(settings);
-    parameters.colourMode =
-        static_cast<Reconstruction::Parameters::ColourMode>(internal<Internal::Camera::ColorMode>(settings));
+    parameters.colourMode = colourMode(internal<Internal::Camera::ColorMode>(settings));
     return parameters;
 }
 

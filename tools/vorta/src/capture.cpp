@@ -37,7 +37,7 @@ void saveTruth(const Camera& camera, const std::string& path) {
 std::vector<Settings> captures(const Arguments& arguments) {
     Settings settings = arguments.measurement.settings();
     if (arguments.saveImages)
-        settings.set(SettingsInternal::Camera::SaveImages(true));
+        settings.getSettingsInternal().set(SettingsInternal::Camera::SaveImages(true));
     if (arguments.hdrIrises.empty())
         return {settings};
     if (arguments.hdrIrises.size() == 1)

@@ -144,7 +144,7 @@ Object readObject(const YamlMap& yaml, const Pose& frame, const Materials& mater
 }
 
 Vec3 readDirection(const YamlMap& yaml, std::string_view key, Vec3 fallback) {
-    const Vec3 direction = yaml.vector(key, fallback);
+    const Vec3 direction = readVector(yaml, key, fallback);
     if (length(direction) == 0.0)
         yaml.fail(key, inQuotes(key) + " must be a direction other than 0.");
     return normalized(direction);

@@ -155,8 +155,8 @@ public:
             static constexpr std::string_view path = "Camera/ColorMode";
             static constexpr Traits traits{.defaultValue = ColorKind::Raw,
                                            .texts = {"Gray", "Color", "Raw"},
-                                           .meaning = "What the sensor delivers: grey, demosaiced colour, or the raw "
-                                                      "mosaic, which the library demosaics itself."};
+                                           .meaning = "Colours of the points: grey, or the colours of the mosaic, demosaiced "
+                                                      "by a sensor that can (Color) or by the library (Raw)."};
             using Setting::Setting;
         };
         struct BlackLevel : Setting<BlackLevel, double> {

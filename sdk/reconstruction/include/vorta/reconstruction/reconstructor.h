@@ -28,6 +28,8 @@ struct ReconstructorOptions {
     Method method = Method::Triangulation;
     double nearMm = 200.0;  ///< for the polynomial, above 0
     double farMm = 3'000.0; ///< for the polynomial, above `nearMm` and at most 1e6
+
+    [[nodiscard]] bool operator==(const ReconstructorOptions&) const = default;
 };
 
 /// What may change with every capture.
