@@ -2,6 +2,7 @@
 
 #include "support/virtualhead.h"
 #include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
 #include "vorta/virtual/headfile.h"
 #include "vorta/virtual/scene.h"
 #include "vorta/virtual/simulation.h"
@@ -9,7 +10,10 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Vorta::Testing {
 
@@ -35,6 +39,30 @@ std::string wordsOf(Action action) {
     ADD_FAILURE() << "nothing was thrown";
     return {};
 }
+
+/// The warnings that the library logs while this lives.
+class Warnings {
+public:
+    Warnings() {
+        Log::setCallback([this](const Log::Event& event) {
+            const std::lock_guard lock(mutex_);
+            if (event.getSeverity() == Log::Severity::Warning)
+                texts_.push_back(event.getMessage());
+        });
+    }
+    Warnings(const Warnings&) = delete;
+    Warnings& operator=(const Warnings&) = delete;
+    ~Warnings() { Log::setCallback({}); }
+
+    std::vector<std::string> take() {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(texts_, {});
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> texts_;
+};
 
 /// A head without lens distortion or vignetting whose numbers can be worked out by hand: camera of 243 x 150 pixels,
 /// centre pixel (121, 75), focal length 1000; projector of 1024 x 768, centre (511.5, 383.5), focal length 500, whose

@@ -82,8 +82,13 @@ TEST_F(FaultyHead, IgnoresAFileThatBreaksWhileItIsOpen) {
     plug("capture: the lamp is dead");
     open();
     heads_.plugText("A", "serialNumber: A\n");
+    Warnings warnings;
     EXPECT_EQ(capture(), "the lamp is dead");
     EXPECT_TRUE(head_->isPresent());
+    const std::vector<std::string> texts = warnings.take();
+    ASSERT_EQ(texts.size(), 1U); // not with every look
+    EXPECT_THAT(texts[0], HasSubstr("The open head 'A' goes on as it was: "));
+    EXPECT_THAT(texts[0], EndsWith("A.yml', line 1: a head needs a 'scene' file."));
 }
 
 TEST_F(FaultyHead, StopsInTheMiddleOfACapture) {

@@ -1,6 +1,5 @@
 #include "bareheads.h"
 
-#include "vorta/common/log.h"
 #include "vorta/virtual/virtualdriver.h"
 
 #define BOOST_DLL_USE_STD_FS
@@ -9,8 +8,6 @@
 
 #include <limits>
 #include <memory>
-#include <mutex>
-#include <utility>
 #include <vector>
 
 namespace Vorta::Testing {
@@ -20,30 +17,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-// The warnings that the library logs while this lives.
-class Warnings {
-public:
-    Warnings() {
-        Log::setCallback([this](const Log::Event& event) {
-            const std::lock_guard lock(mutex_);
-            if (event.getSeverity() == Log::Severity::Warning)
-                texts_.push_back(event.getMessage());
-        });
-    }
-    Warnings(const Warnings&) = delete;
-    Warnings& operator=(const Warnings&) = delete;
-    ~Warnings() { Log::setCallback({}); }
-
-    std::vector<std::string> take() {
-        const std::lock_guard lock(mutex_);
-        return std::exchange(texts_, {});
-    }
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> texts_;
-};
 
 std::vector<std::string> serialNumbers(Driver::Driver& driver) {
     std::vector<std::string> numbers;

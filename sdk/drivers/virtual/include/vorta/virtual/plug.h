@@ -27,16 +27,21 @@ public:
     void wait(double seconds) const;
 
 private:
-    void look() const;
+    struct State {
+        Faults faults;
+        std::string goneWords; // why the head is gone; empty while it is there
+    };
+
+    [[nodiscard]] State now() const;
+    [[nodiscard]] std::string look() const;
 
     std::filesystem::path file_;
     std::string serialNumber_;
     std::string driver_;
-    mutable std::mutex mutex_;
+    mutable std::mutex mutex_; // of what follows
     mutable std::filesystem::file_time_type time_;
     mutable std::uintmax_t size_ = 0; // no head's file is empty: the first look reads it
-    mutable Faults faults_;
-    mutable std::string goneWords_; // why the head is gone; empty while it is there
+    mutable State state_;
 };
 
 } // namespace Vorta::Virtual
