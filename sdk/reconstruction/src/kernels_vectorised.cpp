@@ -37,6 +37,8 @@ using WordVector = hn::Vec<Words>;
 using FloatVector = hn::Vec<Floats>;
 using FloatMask = hn::Mask<Floats>;
 
+constexpr std::uint32_t invalidBits = 0x7FC00000; // std::numeric_limits<float>::quiet_NaN()
+
 /// The projector's lens model, in constants of vector width.
 struct Lens {
     explicit Lens(const ColumnGeometry<float>& g)
@@ -196,7 +198,7 @@ HWY_INLINE void storePoints(const ColumnGeometry<float>& g, const LineVector& li
     valid = hn::And(valid, hn::And(meeting.error <= hn::Set(d, g.residual), depth > zero));
     valid = hn::And(valid, steepness >= zero);
     valid = hn::And(valid, hn::And(depth<hn::Set(d, static_cast<float>(maxDepthMm)), projectorDepth> zero));
-    const auto invalid = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Floats>(), 0x7FC00000U));
+    const auto invalid = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Floats>(), invalidBits));
     hn::StoreU(hn::IfThenElse(valid, hn::Mul(a, depth), invalid), d, out.x + i);
     hn::StoreU(hn::IfThenElse(valid, hn::Mul(b, depth), invalid), d, out.y + i);
     hn::StoreU(hn::IfThenElse(valid, depth, invalid), d, out.z + i);
@@ -207,6 +209,15 @@ HWY_INLINE FloatMask isInside(const ColumnGeometry<float>& g, FloatVector positi
     return hn::And(position >= hn::Zero(d), position <= hn::Set(d, g.lineCount));
 }
 
+/// What does not lie on the projector at all takes no search.
+HWY_INLINE void storeNone(const CoordinateRow& out, std::size_t i) {
+    const Floats d;
+    const auto invalid = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<Floats>(), invalidBits));
+    hn::StoreU(invalid, d, out.x + i);
+    hn::StoreU(invalid, d, out.y + i);
+    hn::StoreU(invalid, d, out.z + i);
+}
+
 void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CoordinateRow& out,
                  std::size_t begin, std::size_t end) {
     const Floats d;
@@ -214,9 +225,13 @@ void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const Decode
     std::size_t i = begin;
     for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
         const auto position = hn::LoadU(d, columns.position + i);
+        const auto accepted = hn::And(isAccepted(columns.accepted + i), isInside(g, position));
+        if (hn::AllFalse(d, accepted)) {
+            storeNone(out, i);
+            continue;
+        }
         const LineVector line = epipolarLine(g, hn::LoadU(d, ray.x + i), hn::LoadU(d, ray.y + i));
         const MeetingVector meeting = meetColumn(g, lens, line, position);
-        const auto accepted = hn::And(isAccepted(columns.accepted + i), isInside(g, position));
         storePoints(g, line, meeting, meeting.x, accepted, ray, out, i);
     }
     reference().triangulate(g, ray, columns, out, i, end);
@@ -229,13 +244,17 @@ void triangulateBoth(const ColumnGeometry<float>& g, const RayRow& ray, const De
     std::size_t i = begin;
     for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
         const auto position = hn::LoadU(d, columns.position + i);
+        auto accepted = hn::And(isAccepted(columns.accepted + i), isAccepted(rows.decoded.accepted + i));
+        accepted = hn::And(accepted, isInside(g, position));
+        if (hn::AllFalse(d, accepted)) {
+            storeNone(out, i);
+            continue;
+        }
         const LineVector line = epipolarLine(g, hn::LoadU(d, ray.x + i), hn::LoadU(d, ray.y + i));
         const MeetingVector meeting = meetColumn(g, lens, line, position);
         const CorrectionVector corrected =
             correctByRow(g, lens, line, meeting, hn::LoadU(d, rows.decoded.position + i),
                          hn::LoadU(d, columns.modulation + i), hn::LoadU(d, rows.decoded.modulation + i));
-        auto accepted = hn::And(isAccepted(columns.accepted + i), isAccepted(rows.decoded.accepted + i));
-        accepted = hn::And(accepted, isInside(g, position));
         accepted = hn::And(accepted, corrected.distance2 <= hn::Set(d, rows.tolerance2));
         storePoints(g, line, meeting, corrected.x, accepted, ray, out, i);
     }
