@@ -165,8 +165,7 @@ void readBits(const CodedRow& in, const ReadRow& out, std::size_t begin, std::si
     const auto level = hn::Set(d, in.saturationLevel);
     const auto least = hn::Set(d, static_cast<std::uint8_t>((in.minDifferenceHalves + 1) / 2));
     const auto leastHalves = hn::Set(Words(), in.minDifferenceHalves);
-    std::size_t i = begin;
-    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
+    const auto readVector = [&](std::size_t i) HWY_ATTR {
         const PhaseVectors phase(in, i);
         const auto highest = phase.highest();
         hn::StoreU(hn::VecFromMask(d, hn::Max(highest, level) == highest), d, out.saturated + i);
@@ -174,8 +173,14 @@ void readBits(const CodedRow& in, const ReadRow& out, std::size_t begin, std::si
             readPlanes(AgainstInverse(in, least), out, i);
         else
             readPlanes(AgainstMean(in, phase, leastHalves, leastHalves), out, i);
-    }
-    decodeReference().readBits(in, out, i, end);
+    };
+    std::size_t i = begin;
+    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d))
+        readVector(i);
+    if (i > begin && i < end)
+        readVector(end - hn::Lanes(d)); // once more what lies before the rest
+    else
+        decodeReference().readBits(in, out, i, end);
 }
 
 HWY_INLINE WordVector binaryFromGray(WordVector gray) {
