@@ -69,6 +69,10 @@ Kernels::CodedRow AxisDecoder::codedRow(const Capture& capture, std::size_t row,
                                 static_cast<std::uint16_t>(std::ceil(2.0 * parameters.minBitDifference)),
                             .saturationLevel = capture.tone.saturationLevel(),
                             .rejectSaturated = parameters.rejectSaturated};
+    // The next row follows in memory.
+    constexpr std::size_t farEnough = 1024;
+    if (capture.tone.isLinear() && row + 1 < capture.images.height())
+        coded.ahead = std::min(buffers.width_, farEnough);
     std::uint8_t* buffer = buffers.linear_.data();
     const auto levels = [&](std::size_t image) {
         const std::uint8_t* const linear = capture.tone.apply(capture.images.row(image, row), buffer);

@@ -4,6 +4,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "decode_vectorised.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -51,12 +52,19 @@ HWY_INLINE ByteVector joined(WordVector lowerWords, WordVector upperWords) {
     return hn::Combine(Bytes(), hn::TruncateTo(d, upperWords), hn::TruncateTo(d, lowerWords));
 }
 
+/// Loads levels, and has those fetched that are farther on: processors by themselves follow fewer images than there
+/// are.
+HWY_INLINE ByteVector fetch(const CodedRow& in, const std::uint8_t* image, std::size_t i) {
+    hwy::Prefetch(image + i + in.ahead);
+    return hn::LoadU(Bytes(), image + i);
+}
+
 struct PhaseVectors {
     HWY_INLINE PhaseVectors(const CodedRow& in, std::size_t i)
-        : i0(hn::LoadU(Bytes(), in.phase[0] + i)),
-          i1(hn::LoadU(Bytes(), in.phase[1] + i)),
-          i2(hn::LoadU(Bytes(), in.phase[2] + i)),
-          i3(hn::LoadU(Bytes(), in.phase[3] + i)) {}
+        : i0(fetch(in, in.phase[0], i)),
+          i1(fetch(in, in.phase[1], i)),
+          i2(fetch(in, in.phase[2], i)),
+          i3(fetch(in, in.phase[3], i)) {}
 
     HWY_INLINE ByteVector highest() const { return hn::Max(hn::Max(i0, i1), hn::Max(i2, i3)); }
     HWY_INLINE WordVector lowerSum() const {
@@ -77,8 +85,8 @@ struct AgainstInverse {
     HWY_INLINE void read(std::size_t bit, std::size_t i, ByteVector& isSet, ByteVector& isTooSmall) const {
         const Bytes d;
         const auto zero = hn::Zero(d);
-        const auto pattern = hn::LoadU(d, in.bits[bit] + i);
-        const auto inverse = hn::LoadU(d, in.inverses[bit] + i);
+        const auto pattern = fetch(in, in.bits[bit], i);
+        const auto inverse = fetch(in, in.inverses[bit], i);
         const auto below = hn::SaturatedSub(inverse, pattern);
         const auto above = hn::SaturatedSub(pattern, inverse);
         isSet = hn::VecFromMask(d, above != zero);
@@ -103,7 +111,7 @@ struct AgainstMean {
     HWY_INLINE void read(std::size_t bit, std::size_t i, ByteVector& isSet, ByteVector& isTooSmall) const {
         const Bytes d;
         const auto zero = hn::Zero(d);
-        const auto level = hn::LoadU(d, in.bits[bit] + i);
+        const auto level = fetch(in, in.bits[bit], i);
         isSet = hn::VecFromMask(d, hn::SaturatedSub(level, mean) != zero);
         const auto outside = hn::Or(hn::SaturatedSub(first, level), hn::SaturatedSub(level, last));
         isTooSmall = hn::VecFromMask(d, outside == zero);
@@ -157,8 +165,7 @@ void readBits(const CodedRow& in, const ReadRow& out, std::size_t begin, std::si
     const auto level = hn::Set(d, in.saturationLevel);
     const auto least = hn::Set(d, static_cast<std::uint8_t>((in.minDifferenceHalves + 1) / 2));
     const auto leastHalves = hn::Set(Words(), in.minDifferenceHalves);
-    std::size_t i = begin;
-    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
+    const auto readVector = [&](std::size_t i) HWY_ATTR {
         const PhaseVectors phase(in, i);
         const auto highest = phase.highest();
         hn::StoreU(hn::VecFromMask(d, hn::Max(highest, level) == highest), d, out.saturated + i);
@@ -166,8 +173,14 @@ void readBits(const CodedRow& in, const ReadRow& out, std::size_t begin, std::si
             readPlanes(AgainstInverse(in, least), out, i);
         else
             readPlanes(AgainstMean(in, phase, leastHalves, leastHalves), out, i);
-    }
-    decodeReference().readBits(in, out, i, end);
+    };
+    std::size_t i = begin;
+    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d))
+        readVector(i);
+    if (i > begin && i < end)
+        readVector(end - hn::Lanes(d)); // once more what lies before the rest
+    else
+        decodeReference().readBits(in, out, i, end);
 }
 
 HWY_INLINE WordVector binaryFromGray(WordVector gray) {
@@ -203,8 +216,11 @@ void resolveGray(const CodedRow& in, const ReadRow& read, const DecodedRow& out,
     decodeReference().resolveGray(in, read, out, i, end);
 }
 
-HWY_INLINE FloatVector load(const std::uint8_t* bytes) {
-    return hn::ConvertTo(Floats(), hn::PromoteTo(Ints(), hn::LoadU(FloatBytes(), bytes)));
+HWY_INLINE FloatVector difference(const std::uint8_t* a, const std::uint8_t* b) {
+    const hn::Rebind<std::int16_t, Floats> d;
+    const FloatBytes db;
+    const auto words = hn::Sub(hn::PromoteTo(d, hn::LoadU(db, a)), hn::PromoteTo(d, hn::LoadU(db, b)));
+    return hn::ConvertTo(Floats(), hn::PromoteTo(Ints(), words));
 }
 
 HWY_INLINE FloatVector turns(FloatVector sine, FloatVector cosine) {
@@ -229,8 +245,8 @@ void locate(const CodedRow& in, const DecodedRow& out, std::size_t begin, std::s
     const auto half = hn::Set(d, 0.5F);
     std::size_t i = begin;
     for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
-        const auto cosine = hn::Sub(load(in.phase[0] + i), load(in.phase[2] + i));
-        const auto sine = hn::Sub(load(in.phase[3] + i), load(in.phase[1] + i));
+        const auto cosine = difference(in.phase[0] + i, in.phase[2] + i);
+        const auto sine = difference(in.phase[3] + i, in.phase[1] + i);
         const auto power = hn::Add(hn::Mul(cosine, cosine), hn::Mul(sine, sine));
         const auto modulation = hn::Mul(half, hn::Sqrt(power));
         const auto phase = turns(sine, cosine);

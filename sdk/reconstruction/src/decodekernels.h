@@ -19,6 +19,7 @@ struct CodedRow {
     std::array<const std::uint8_t*, maxBits> bits{};     // most significant first
     std::array<const std::uint8_t*, maxBits> inverses{}; // of these, if there are any
     std::size_t bitCount = 0;
+    std::size_t ahead = 0; // how far from each pixel on the images may be fetched into the cache
     bool hasInverses = false;
     float periodPixels = 0.0F;
     float minModulation = 0.0F;

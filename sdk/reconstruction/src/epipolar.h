@@ -47,6 +47,9 @@ struct ProjectorPoint {
     [[nodiscard]] T radialSlope(const ColumnGeometry<T>& g) const {
         return T(2) * ((T(3) * g.k3 * r2 + T(2) * g.k2) * r2 + g.k1);
     }
+    /// From the top edge of the projector's row 0.
+    [[nodiscard]] T row(const ColumnGeometry<T>& g) const { return distortedY(g) * g.rowScale + g.rowOffset; }
+
     /// By how much distortedX grows with x along the line.
     [[nodiscard]] T distortedXByX(const ColumnGeometry<T>& g, T slope) const {
         const T bend = radialSlope(g);
@@ -72,8 +75,8 @@ template <typename T>
 struct ColumnMeeting {
     T x{};
     T xByDistortedX{}; // close to there
-    T error{};         // |distort(x, y).x - x'| that the search has left
-    T row{};           // from the top edge of the projector's row 0
+    T error{};         // |distort(x, y).x - x'| before the last step
+    T row{};           // before the last step, from the top edge of the projector's row 0
 };
 
 template <typename T>
@@ -84,11 +87,11 @@ ColumnMeeting<T> meetColumn(const ColumnGeometry<T>& g, const EpipolarLine<T>& l
         const ProjectorPoint<T> p(g, line, meeting.x);
         if (step == 0)
             meeting.xByDistortedX = T(1) / p.distortedXByX(g, line.slope);
-        meeting.x = meeting.x - (p.distortedX(g) - target) * meeting.xByDistortedX;
+        const T error = p.distortedX(g) - target;
+        meeting.x = meeting.x - error * meeting.xByDistortedX;
+        meeting.error = std::abs(error);
+        meeting.row = p.row(g);
     }
-    const ProjectorPoint<T> p(g, line, meeting.x);
-    meeting.error = std::abs(p.distortedX(g) - target);
-    meeting.row = p.distortedY(g) * g.rowScale + g.rowOffset;
     return meeting;
 }
 
@@ -108,7 +111,7 @@ RowCorrection<T> correctByRow(const ColumnGeometry<T>& g, const EpipolarLine<T>&
     const ProjectorPoint<T> p(g, line, meeting.x);
     const T xByColumn = g.scale * meeting.xByDistortedX;
     const T tilt = p.distortedYByX(g, line.slope) * g.rowScale * xByColumn;
-    const T miss = row - meeting.row;
+    const T miss = row - p.row(g);
     const T columnWeight = columnModulation * columnModulation;
     const T pull = rowModulation * rowModulation * tilt;
     const T columns = pull * miss / (columnWeight + pull * tilt);

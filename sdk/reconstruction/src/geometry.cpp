@@ -18,7 +18,6 @@ namespace Vorta::Reconstruction {
 namespace {
 
 constexpr int maxRefinements = 12;
-constexpr double acceptedErrorPx = 1e-3;
 constexpr double requiredErrorPx = 1e-4; // leaves room for single precision
 
 std::optional<Defect> findDefect(const Driver::PinholeModel& model, std::string_view name) {
@@ -70,20 +69,21 @@ ColumnGeometry<T> makeGeometry(const Driver::Calibration& calibration, int refin
     g.rowMinimum = static_cast<T>(-rowMargin);
     g.rowMaximum = static_cast<T>(static_cast<double>(p.height) + rowMargin);
     g.lineCount = static_cast<T>(p.width);
-    g.residual = static_cast<T>(acceptedErrorPx / p.fx);
     const double minSine = std::sin(minMeetingAngleDeg * std::numbers::pi / 180.0);
     g.minMeetingSine2 = static_cast<T>(minSine * minSine);
     g.refinements = refinements;
     return g;
 }
 
-/// Whether the search converges for all columns on a grid of rays, wherever they meet inside the projector's area.
-bool converges(const Driver::Calibration& calibration, int refinements) {
+/// The largest error in x' before the last step of the search, over all columns on a grid of rays, wherever they meet
+/// inside the projector's area; empty when the search does not converge everywhere.
+std::optional<double> largestError(const Driver::Calibration& calibration, int refinements) {
     constexpr std::size_t samples = 16;
     const ColumnGeometry<double> g = makeGeometry<double>(calibration, refinements);
     const auto sample = [](std::size_t index, double extent) {
         return extent * static_cast<double>(index) / static_cast<double>(samples);
     };
+    double largest = 0.0;
     for (std::size_t i = 0; i <= samples; ++i) {
         for (std::size_t j = 0; j <= samples; ++j) {
             // A point of the projector's area, seen by some camera pixel at depth 1: the ray is rotated back from it.
@@ -97,21 +97,32 @@ bool converges(const Driver::Calibration& calibration, int refinements) {
             const double b = (g.r[1] * q.x + g.r[4] * q.y + g.r[7]) / infinity;
             const EpipolarLine<double> line = epipolarLine(g, a, b);
             for (std::size_t c = 0; c <= samples; ++c) {
-                const ColumnMeeting<double> meeting = meetColumn(g, line, sample(c, g.lineCount));
-                const bool inside = meeting.row >= g.rowMinimum && meeting.row <= g.rowMaximum;
-                if (inside && !(meeting.error < requiredErrorPx * g.scale))
-                    return false;
+                const double position = sample(c, g.lineCount);
+                const ColumnMeeting<double> meeting = meetColumn(g, line, position);
+                const ProjectorPoint<double> found(g, line, meeting.x);
+                if (!(found.row(g) >= g.rowMinimum && found.row(g) <= g.rowMaximum))
+                    continue;
+                const double error = std::abs(found.distortedX(g) - (position * g.scale + g.offset));
+                if (!(error < requiredErrorPx * g.scale))
+                    return std::nullopt;
+                largest = std::max(largest, meeting.error);
             }
         }
     }
-    return true;
+    return largest;
 }
 
-/// The least number that makes the search converge; empty when none does.
-std::optional<int> findRefinements(const Driver::Calibration& calibration) {
+/// The least number of steps that makes the search converge, and the largest error that it then leaves; empty when none
+/// does.
+struct Convergence {
+    int refinements = 0;
+    double error = 0.0;
+};
+
+std::optional<Convergence> findConvergence(const Driver::Calibration& calibration) {
     for (int refinements = 0; refinements <= maxRefinements; ++refinements)
-        if (converges(calibration, refinements))
-            return refinements;
+        if (const std::optional<double> error = largestError(calibration, refinements))
+            return Convergence{.refinements = refinements, .error = *error};
     return {};
 }
 
@@ -124,16 +135,20 @@ std::optional<int> findRefinements(const Driver::Calibration& calibration) {
 std::optional<Defect> findDefect(const Driver::Calibration& geometry) {
     if (const std::optional<Defect> defect = findUnusableValue(geometry))
         return defect;
-    return findRefinements(geometry) ? std::nullopt : std::optional(noInverse);
+    return findConvergence(geometry) ? std::nullopt : std::optional(noInverse);
 }
 
 ColumnGeometry<float> columnGeometry(const Driver::Calibration& calibration) {
     if (const std::optional<Defect> defect = findUnusableValue(calibration))
         refuse(*defect);
-    const std::optional<int> refinements = findRefinements(calibration);
-    if (!refinements)
+    const std::optional<Convergence> convergence = findConvergence(calibration);
+    if (!convergence)
         refuse(noInverse);
-    return makeGeometry<float>(calibration, *refinements);
+    ColumnGeometry<float> geometry = makeGeometry<float>(calibration, convergence->refinements);
+    // Twice, for what lies between the samples, and room for single precision.
+    geometry.residual =
+        static_cast<float>(2.0 * convergence->error + 10.0 * requiredErrorPx / calibration.projector.fx);
+    return geometry;
 }
 
 } // namespace Vorta::Reconstruction

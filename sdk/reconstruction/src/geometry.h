@@ -13,7 +13,7 @@ namespace Vorta::Reconstruction {
 ///     y = -(l1 x + l3) / l2,    Z = (tx - x tz) / (x D3 - D1).
 ///
 /// The measured column gives the distorted coordinate x', and x solves distort(x, y(x)).x = x' along the line. One
-/// Newton step from x = x' and `refinements` more with its slope find x; `residual` bounds what is left.
+/// Newton step from x = x' and `refinements` more with its slope find x; `residual` bounds what the last one meets.
 ///
 /// The plane of the undistorted column has the normal (1, 0, -x) in the projector, so its angle with the ray is
 ///
@@ -27,7 +27,7 @@ struct ColumnGeometry {
     T rowScale{}, rowOffset{};      // row = y' * rowScale + rowOffset, counted from the top edge of row 0
     T rowMinimum{}, rowMaximum{};
     T lineCount{};       // columns
-    T residual{};        // largest accepted |distort(x, y).x - x'|
+    T residual{};        // largest accepted |distort(x, y).x - x'| before the last step
     T minMeetingSine2{}; // square of the sine of the least accepted angle between ray and plane
     int refinements = 0;
 };

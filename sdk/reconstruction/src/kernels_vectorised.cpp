@@ -102,6 +102,10 @@ struct ProjectorVector {
             hn::Add(hn::Mul(lens.p1, hn::Add(r2, hn::Mul(lens.two, yy))), hn::Mul(lens.twiceP2, xy));
         return hn::Add(hn::Mul(y, radial), tangential);
     }
+    HWY_INLINE FloatVector row(const ColumnGeometry<float>& g) const {
+        const Floats d;
+        return hn::Add(hn::Mul(distortedY(), hn::Set(d, g.rowScale)), hn::Set(d, g.rowOffset));
+    }
     HWY_INLINE FloatVector radialSlope() const {
         const auto sum = hn::Add(hn::Mul(lens.thriceK3, r2), lens.twiceK2);
         return hn::Mul(lens.two, hn::Add(hn::Mul(sum, r2), lens.k1));
@@ -135,19 +139,19 @@ HWY_INLINE MeetingVector meetColumn(const ColumnGeometry<float>& g, const Lens& 
                                     FloatVector position) {
     const Floats d;
     const auto target = hn::Add(hn::Mul(position, hn::Set(d, g.scale)), hn::Set(d, g.offset));
-    auto x = target;
-    auto xByDistortedX = hn::Zero(d);
-    for (int step = 0; step <= g.refinements; ++step) {
-        const ProjectorVector p(lens, line, x);
+    MeetingVector meeting{.x = target, .xByDistortedX = target, .error = target, .row = target};
+    for (int step = 0;; ++step) {
+        const ProjectorVector p(lens, line, meeting.x);
         if (step == 0)
-            xByDistortedX = hn::Div(lens.one, p.distortedXByX(line.slope));
-        x = hn::Sub(x, hn::Mul(hn::Sub(p.distortedX(), target), xByDistortedX));
+            meeting.xByDistortedX = hn::Div(lens.one, p.distortedXByX(line.slope));
+        const auto error = hn::Sub(p.distortedX(), target);
+        meeting.x = hn::Sub(meeting.x, hn::Mul(error, meeting.xByDistortedX));
+        if (step < g.refinements)
+            continue;
+        meeting.error = hn::Abs(error);
+        meeting.row = p.row(g);
+        return meeting;
     }
-    const ProjectorVector p(lens, line, x);
-    return {.x = x,
-            .xByDistortedX = xByDistortedX,
-            .error = hn::Abs(hn::Sub(p.distortedX(), target)),
-            .row = hn::Add(hn::Mul(p.distortedY(), hn::Set(d, g.rowScale)), hn::Set(d, g.rowOffset))};
 }
 
 struct CorrectionVector {
@@ -161,7 +165,7 @@ HWY_INLINE CorrectionVector correctByRow(const ColumnGeometry<float>& g, const L
     const ProjectorVector p(lens, line, meeting.x);
     const auto xByColumn = hn::Mul(hn::Set(d, g.scale), meeting.xByDistortedX);
     const auto tilt = hn::Mul(hn::Mul(p.distortedYByX(line.slope), hn::Set(d, g.rowScale)), xByColumn);
-    const auto miss = hn::Sub(row, meeting.row);
+    const auto miss = hn::Sub(row, p.row(g));
     const auto columnWeight = hn::Mul(columnModulation, columnModulation);
     const auto pull = hn::Mul(hn::Mul(rowModulation, rowModulation), tilt);
     const auto columns = hn::Div(hn::Mul(pull, miss), hn::Add(columnWeight, hn::Mul(pull, tilt)));
@@ -174,11 +178,11 @@ HWY_INLINE FloatMask isAccepted(const std::uint8_t* accepted) {
     return hn::RebindMask(Floats(), hn::PromoteTo(d, hn::LoadU(FloatBytes(), accepted)) > hn::Zero(d));
 }
 
-/// Stores one vector of points that the projector sees at x.
+/// Stores one vector of points.
 HWY_INLINE void storePoints(const ColumnGeometry<float>& g, const LineVector& line, const MeetingVector& meeting,
-                            FloatVector x, FloatMask accepted, const RayRow& ray, const CoordinateRow& out,
-                            std::size_t i) {
+                            FloatMask accepted, const RayRow& ray, const CoordinateRow& out, std::size_t i) {
     const Floats d;
+    const auto x = meeting.x;
     const auto zero = hn::Zero(d);
     const auto one = hn::Set(d, 1.0F);
     const auto a = hn::LoadU(d, ray.x + i);
@@ -207,39 +211,69 @@ HWY_INLINE FloatMask isInside(const ColumnGeometry<float>& g, FloatVector positi
     return hn::And(position >= hn::Zero(d), position <= hn::Set(d, g.lineCount));
 }
 
-void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CoordinateRow& out,
-                 std::size_t begin, std::size_t end) {
+/// `count` vectors of pixels, all through one step before the next: the steps are long chains of operations that wait
+/// for each other, and so the processor has other vectors to go on with. Rows are measured too unless `rows` is
+/// nullptr.
+template <std::size_t count>
+HWY_INLINE void triangulateVectors(const ColumnGeometry<float>& g, const Lens& lens, const RayRow& ray,
+                                   const DecodedRow& columns, const CrossRow* rows, const CoordinateRow& out,
+                                   std::size_t begin) {
     const Floats d;
+    const std::size_t lanes = hn::Lanes(d);
+    LineVector lines[count];
+    MeetingVector meetings[count];
+    FloatMask accepted[count];
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = begin + k * lanes;
+        lines[k] = epipolarLine(g, hn::LoadU(d, ray.x + i), hn::LoadU(d, ray.y + i));
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = begin + k * lanes;
+        const auto position = hn::LoadU(d, columns.position + i);
+        meetings[k] = meetColumn(g, lens, lines[k], position);
+        accepted[k] = hn::And(isAccepted(columns.accepted + i), isInside(g, position));
+    }
+    if (rows != nullptr) {
+        const DecodedRow& other = rows->decoded;
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t i = begin + k * lanes;
+            const CorrectionVector corrected =
+                correctByRow(g, lens, lines[k], meetings[k], hn::LoadU(d, other.position + i),
+                             hn::LoadU(d, columns.modulation + i), hn::LoadU(d, other.modulation + i));
+            meetings[k].x = corrected.x;
+            accepted[k] = hn::And(accepted[k], hn::And(isAccepted(other.accepted + i),
+                                                       corrected.distance2 <= hn::Set(d, rows->tolerance2)));
+        }
+    }
+    for (std::size_t k = 0; k < count; ++k)
+        storePoints(g, lines[k], meetings[k], accepted[k], ray, out, begin + k * lanes);
+}
+
+/// As many pixels as fill vectors; returns the end of these.
+HWY_INLINE std::size_t triangulateRow(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns,
+                                      const CrossRow* rows, const CoordinateRow& out, std::size_t begin,
+                                      std::size_t end) {
+    constexpr std::size_t atOnce = 4;
+    const std::size_t lanes = hn::Lanes(Floats());
     const Lens lens(g);
     std::size_t i = begin;
-    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
-        const auto position = hn::LoadU(d, columns.position + i);
-        const LineVector line = epipolarLine(g, hn::LoadU(d, ray.x + i), hn::LoadU(d, ray.y + i));
-        const MeetingVector meeting = meetColumn(g, lens, line, position);
-        const auto accepted = hn::And(isAccepted(columns.accepted + i), isInside(g, position));
-        storePoints(g, line, meeting, meeting.x, accepted, ray, out, i);
-    }
-    reference().triangulate(g, ray, columns, out, i, end);
+    for (; i + atOnce * lanes <= end; i += atOnce * lanes)
+        triangulateVectors<atOnce>(g, lens, ray, columns, rows, out, i);
+    for (; i + lanes <= end; i += lanes)
+        triangulateVectors<1>(g, lens, ray, columns, rows, out, i);
+    return i;
+}
+
+void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CoordinateRow& out,
+                 std::size_t begin, std::size_t end) {
+    const std::size_t done = triangulateRow(g, ray, columns, nullptr, out, begin, end);
+    reference().triangulate(g, ray, columns, out, done, end);
 }
 
 void triangulateBoth(const ColumnGeometry<float>& g, const RayRow& ray, const DecodedRow& columns, const CrossRow& rows,
                      const CoordinateRow& out, std::size_t begin, std::size_t end) {
-    const Floats d;
-    const Lens lens(g);
-    std::size_t i = begin;
-    for (; i + hn::Lanes(d) <= end; i += hn::Lanes(d)) {
-        const auto position = hn::LoadU(d, columns.position + i);
-        const LineVector line = epipolarLine(g, hn::LoadU(d, ray.x + i), hn::LoadU(d, ray.y + i));
-        const MeetingVector meeting = meetColumn(g, lens, line, position);
-        const CorrectionVector corrected =
-            correctByRow(g, lens, line, meeting, hn::LoadU(d, rows.decoded.position + i),
-                         hn::LoadU(d, columns.modulation + i), hn::LoadU(d, rows.decoded.modulation + i));
-        auto accepted = hn::And(isAccepted(columns.accepted + i), isAccepted(rows.decoded.accepted + i));
-        accepted = hn::And(accepted, isInside(g, position));
-        accepted = hn::And(accepted, corrected.distance2 <= hn::Set(d, rows.tolerance2));
-        storePoints(g, line, meeting, corrected.x, accepted, ray, out, i);
-    }
-    reference().triangulateBoth(g, ray, columns, rows, out, i, end);
+    const std::size_t done = triangulateRow(g, ray, columns, &rows, out, begin, end);
+    reference().triangulateBoth(g, ray, columns, rows, out, done, end);
 }
 
 HWY_INLINE WordVector loadWords(const std::uint8_t* bytes) {

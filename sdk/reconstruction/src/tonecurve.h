@@ -18,6 +18,9 @@ public:
     /// written to. Saturated raw levels become 255, and no others do.
     [[nodiscard]] const std::uint8_t* apply(std::span<const std::uint8_t> row, std::uint8_t* buffer) const noexcept;
 
+    /// Whether `apply` gives the rows themselves.
+    [[nodiscard]] bool isLinear() const noexcept { return isLinear_; }
+
     /// Of the levels that `apply` gives.
     [[nodiscard]] std::uint8_t saturationLevel() const noexcept { return saturationLevel_; }
     [[nodiscard]] double blackLevel() const noexcept { return blackLevel_; }

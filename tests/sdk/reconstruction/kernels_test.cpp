@@ -111,7 +111,7 @@ TEST_P(Agreement, Triangulate) {
         g.rowMinimum = -1.0F;
         g.rowMaximum = 769.0F;
         g.lineCount = 1024.0F;
-        g.residual = 1e-6F;
+        g.residual = 1e-3F;
         g.minMeetingSine2 = width % 2 == 0 ? 0.01F : 0.0F;
         g.refinements = static_cast<int>(width % 4);
         const std::vector<float> rayX = floats(width, -0.5F, 0.5F);

@@ -33,7 +33,7 @@ bool sameBytes(const PointCloud& a, const PointCloud& b) {
 
 struct Capture {
     Driver::Calibration head = Simulation::smallHead(true);
-    Reconstruction::SequenceLayout layout = planSequence(head.projector);
+    Reconstruction::SequenceLayout layout = planSequence(head.projector.width, head.projector.height);
     Driver::ImageStack images = Simulation::render(head, layout, {}, {});
 };
 
@@ -113,7 +113,7 @@ TEST(Uncalibrated, SaysWhatToDoWhenPointsAreAskedFor) {
 }
 
 TEST(Uncalibrated, RefusesImpossibleSizes) {
-    const Reconstruction::SequenceLayout layout = planSequence(Simulation::smallHead(false).projector);
+    const Reconstruction::SequenceLayout layout = planSequence(dimensions.projectorWidth, dimensions.projectorHeight);
     const auto refused = [&](auto change) {
         Driver::HeadDimensions other = dimensions;
         change(other);

@@ -165,7 +165,7 @@ Turntable readMotion(const YamlMap& yaml, const Pose& frame) {
     if (!map->has("degreesPerCapture"))
         map->fail("a turntable needs 'degreesPerCapture'.");
     const Turntable turntable{.axis = frame.rotation * readDirection(*map, "axis", {0.0, 0.0, 1.0}),
-                              .centre = frame.toOuter(map->vector("centre", {})),
+                              .centre = frame.toOuter(readVector(*map, "centre", {})),
                               .degreesPerCapture =
                                   map->number("degreesPerCapture", 0.0, {.minimum = -180.0, .maximum = 180.0})};
     map->finish();
