@@ -1,5 +1,6 @@
 #include "vdf.h"
 
+#include "fileseal.h"
 #include "netcdffile.h"
 #include "vdfgrid.h"
 
@@ -27,8 +28,9 @@ IOException readError(const std::string& path, const std::string& reason) {
     return IOException("Data file '" + path + "' cannot be read: " + reason);
 }
 
-/// `path` itself once its first bytes are those of a netCDF-4 file.
-const std::string& checkSignature(const std::string& path) {
+/// `path` itself once its first bytes are those of a netCDF-4 file and it is as whole as can be told without opening
+/// it.
+const std::string& checkWhole(const std::string& path) {
     if (std::filesystem::is_directory(path))
         throw readError(path, "it is a folder.");
     errno = 0;
@@ -42,6 +44,8 @@ const std::string& checkSignature(const std::string& path) {
         throw readError(path, "it is empty.");
     if (signature != expected)
         throw readError(path, "it is not a Vorta data file.");
+    if (const std::string complaint = FileSeal::complaint(path); !complaint.empty())
+        throw readError(path, complaint);
     return path;
 }
 
@@ -247,7 +251,7 @@ void checkVersion(const File& file, const std::string& path) {
 } // namespace
 
 std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device, std::size_t threads) {
-    const File file = File::open(checkSignature(path));
+    const File file = File::open(checkWhole(path));
     checkVersion(file, path);
     Promises promises(file.bytes());
     auto frame = MeasurementReader(path, file, File::root, "/", promises).read(device, threads);
