@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -10,11 +11,12 @@
 /// one has exactly the length that its HDF5 header states, so that no damaged seal passes for a missing one.
 namespace Vorta::FileSeal {
 
-/// Appends the seal to a complete file. Throws IOException that calls the file `name`.
-void append(const std::filesystem::path& file, const std::string& name);
+/// Appends the seal to a complete file, computed by `threads` at once (0: one per core). Throws IOException that calls
+/// the file `name`.
+void append(const std::filesystem::path& file, const std::string& name, std::size_t threads);
 
 /// What is wrong with a file, as the end of a sentence that begins with its name; empty when it is whole, or has no
 /// seal and the right length.
-[[nodiscard]] std::string complaint(const std::filesystem::path& file);
+[[nodiscard]] std::string complaint(const std::filesystem::path& file, std::size_t threads);
 
 } // namespace Vorta::FileSeal

@@ -249,7 +249,7 @@ void save(const FrameImpl& frame, const std::string& path, std::size_t threads) 
         File file = File::create(target.temporaryPath(), path);
         write(file, frame, children, threads);
     }
-    FileSeal::append(target.temporaryPath(), path);
+    FileSeal::append(target.temporaryPath(), path, threads);
     target.commit();
 }
 
