@@ -23,16 +23,19 @@ target_compile_options(vorta_build INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align
   -Wcast-qual -Wconversion -Wsign-conversion -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
   -Wundef -Wvla -Wmissing-declarations -Wredundant-decls -Wzero-as-null-pointer-constant -Wswitch-enum
-  -Wdeprecated-copy-dtor -Wsuggest-override -Wunused -Werror)
+  -Wdeprecated-copy-dtor -Wsuggest-override -Wunused)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  target_compile_options(vorta_build INTERFACE -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
+  # Other compilers warn of other things; the code is kept free of this one's warnings.
+  target_compile_options(vorta_build INTERFACE -Werror -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
 endif()
 if(VORTA_SANITIZE)
   target_compile_options(vorta_build INTERFACE -fsanitize=${VORTA_SANITIZE} -fno-omit-frame-pointer
                                                -fno-sanitize-recover=all)
   target_link_options(vorta_build INTERFACE -fsanitize=${VORTA_SANITIZE})
-  # The sanitizers' own instrumentation makes these two fire on correct code.
-  target_compile_options(vorta_build INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # The sanitizers' own instrumentation makes these two fire on correct code.
+    target_compile_options(vorta_build INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  endif()
 endif()
 if(VORTA_SANITIZE MATCHES "address")
   target_sources(vorta_build INTERFACE

@@ -162,7 +162,6 @@ void File::compress(Variable variable, std::span<const std::size_t> chunk) {
     const auto [group, id] = variable;
     check(nc_def_var_chunking(group, id, NC_CHUNKED, chunk.data()), "choosing blocks");
     check(nc_def_var_deflate(group, id, NC_SHUFFLE, 1, deflateLevel), "choosing compression");
-    check(nc_def_var_fletcher32(group, id, NC_FLETCHER32), "choosing checksums");
     check(nc_def_var_fill(group, id, NC_NOFILL, nullptr), "choosing not to fill in");
 }
 

@@ -62,8 +62,8 @@ public:
     int makeGroup(int parent, const std::string& name);
     Dimension makeDimension(int group, const std::string& name, std::size_t length);
     Variable makeVariable(int group, const std::string& name, Type type, std::span<const Dimension> dimensions);
-    /// Stores the variable in blocks of the given lengths, shuffled, deflated and with checksums, and does not fill it
-    /// in before it is written.
+    /// Stores the variable in blocks of the given lengths, shuffled and deflated, and does not fill it in before it is
+    /// written.
     void compress(Variable variable, std::span<const std::size_t> chunk);
     void setFill(Variable variable, float value);
     void setText(int group, const std::string& name, const std::string& value);

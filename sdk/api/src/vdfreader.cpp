@@ -1,5 +1,6 @@
 #include "vdf.h"
 
+#include "fileseal.h"
 #include "netcdffile.h"
 #include "vdfgrid.h"
 
@@ -27,8 +28,9 @@ IOException readError(const std::string& path, const std::string& reason) {
     return IOException("Data file '" + path + "' cannot be read: " + reason);
 }
 
-/// `path` itself once its first bytes are those of a netCDF-4 file.
-const std::string& checkSignature(const std::string& path) {
+/// `path` itself once its first bytes are those of a netCDF-4 file and it is as whole as can be told without opening
+/// it.
+const std::string& checkWhole(const std::string& path, std::size_t threads) {
     if (std::filesystem::is_directory(path))
         throw readError(path, "it is a folder.");
     errno = 0;
@@ -42,6 +44,8 @@ const std::string& checkSignature(const std::string& path) {
         throw readError(path, "it is empty.");
     if (signature != expected)
         throw readError(path, "it is not a Vorta data file.");
+    if (const std::string complaint = FileSeal::complaint(path, threads); !complaint.empty())
+        throw readError(path, complaint);
     return path;
 }
 
@@ -202,9 +206,9 @@ private:
         const std::size_t count = dimensions[0].length;
         if (dimensions[1].length != grid_.height || dimensions[2].length != grid_.width)
             throw refusal(Name::image, "has another size than '" + std::string(channels.front().name) + "'");
-        if (count == 0 || count > maximumImages)
-            throw error("its " + std::to_string(count) + " raw images are not from 1 to " +
-                        std::to_string(maximumImages) + ".");
+        if (count > maximumImages)
+            throw error("its " + std::to_string(count) + " raw images are more than the " +
+                        std::to_string(maximumImages) + " that are allowed.");
         if (!promises_.take(count * grid_.height * grid_.width))
             throw error("it is too short to hold its " + std::to_string(count) + " raw images.");
         const auto layout = file_.text(info->variable, Name::bayerLayout, maximumText);
@@ -247,7 +251,7 @@ void checkVersion(const File& file, const std::string& path) {
 } // namespace
 
 std::shared_ptr<FrameImpl> load(const std::string& path, const ComputeDevice& device, std::size_t threads) {
-    const File file = File::open(checkSignature(path));
+    const File file = File::open(checkWhole(path, threads));
     checkVersion(file, path);
     Promises promises(file.bytes());
     auto frame = MeasurementReader(path, file, File::root, "/", promises).read(device, threads);

@@ -1,5 +1,6 @@
 #include "vdf.h"
 
+#include "fileseal.h"
 #include "netcdffile.h"
 #include "vdfgrid.h"
 
@@ -104,6 +105,8 @@ private:
                              std::vector<std::size_t> chunk, const char* longName, const char* units) {
         const Variable variable = file_.makeVariable(group_, name, type, dimensions);
         file_.compress(variable, chunk);
+        if (type == Type::Float)
+            file_.setFill(variable, std::numeric_limits<float>::quiet_NaN());
         file_.setText(variable, "long_name", longName);
         file_.setText(variable, "units", units);
         return {.variable = variable, .type = type, .dimensions = std::move(dimensions), .chunk = std::move(chunk)};
@@ -119,7 +122,6 @@ private:
             grid_.floats.at(i) =
                 defineArray(facts.name, Type::Float, {row_, column_}, {rows, grid_.width}, facts.longName, facts.units);
             const Variable variable = grid_.floats.at(i).variable;
-            file_.setFill(variable, std::numeric_limits<float>::quiet_NaN());
             if (facts.member == &Point::contrast)
                 file_.setText(variable, "coordinates", "x y z");
         }
@@ -247,6 +249,7 @@ void save(const FrameImpl& frame, const std::string& path, std::size_t threads) 
         File file = File::create(target.temporaryPath(), path);
         write(file, frame, children, threads);
     }
+    FileSeal::append(target.temporaryPath(), path, threads);
     target.commit();
 }
 

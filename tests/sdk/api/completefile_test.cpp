@@ -99,6 +99,21 @@ TEST(CompleteFile, CanBeReadByOtherTools) {
         EXPECT_THAT(dump.out, HasSubstr(text));
 }
 
+TEST(CompleteFile, EndsWithTheSealThatThePageDescribes) {
+    const TemporaryFolder folder;
+    Testing::largeFrame().save(folder.file("a.vdf"));
+    const Testing::Result result = runProgram(
+        "python3",
+        {"-c",
+         "import struct, sys, zlib\n"
+         "data = open(sys.argv[1], 'rb').read()\n"
+         "body, seal = data[:-20], data[-20:]\n"
+         "sums = b''.join(struct.pack('<I', zlib.crc32(body[i:i + 2**20])) for i in range(0, len(body), 2**20))\n"
+         "print(len(body) > 2**20, seal == b'VORTACRC' + struct.pack('<QI', len(body), zlib.crc32(sums)))",
+         folder.file("a.vdf")});
+    EXPECT_EQ(result.out, "True True\n") << result.err;
+}
+
 TEST(CompleteFile, TakesLongCalibrationsAndRefusesEndlessOnes) {
     const TemporaryFolder folder;
     const auto framed = [](std::size_t length) {

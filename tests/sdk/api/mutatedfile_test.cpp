@@ -22,7 +22,7 @@ std::size_t placeIn(const std::string& content, std::minstd_rand& random) {
     return random() % content.size();
 }
 
-/// Changes `count` copies of a complete file, each a little more, and loads them: they may load or be refused by name.
+/// Changes `count` copies of a complete file and loads them: they are refused by name, unless a change changed nothing.
 /// Returns how many were refused.
 std::size_t refusals(std::size_t count, std::uint32_t seed, const Mutation& mutate) {
     const TemporaryFolder folder;
@@ -36,7 +36,7 @@ std::size_t refusals(std::size_t count, std::uint32_t seed, const Mutation& muta
         Testing::writeFile(folder.file("a.vdf"), content);
         try {
             const Frame frame(folder.file("a.vdf"), ComputeDevice{});
-            EXPECT_LE(frame.getPointCloud().size(), std::size_t{1} << 26U);
+            EXPECT_EQ(content, good) << "mutation " << i << " was not noticed";
         } catch (const IOException& error) {
             EXPECT_THAT(error.what(), HasSubstr("a.vdf' cannot be read: ")) << "mutation " << i;
             ++refused;
@@ -47,12 +47,12 @@ std::size_t refusals(std::size_t count, std::uint32_t seed, const Mutation& muta
 
 TEST(MutatedFile, SurvivesFlippedBits) {
     const auto flip = [](std::string& content, std::minstd_rand& random) {
-        for (std::size_t flips = 1 + random() % 4; flips > 0; --flips) {
+        for (std::size_t flips = 1 + random() % 32; flips > 0; --flips) {
             char& byte = content[placeIn(content, random)];
             byte = static_cast<char>(byte ^ static_cast<char>(1U << (random() % 8)));
         }
     };
-    EXPECT_GT(refusals(300, 1, flip), 30U);
+    EXPECT_GT(refusals(300, 1, flip), 290U);
 }
 
 TEST(MutatedFile, SurvivesRunsOfOneByte) {
@@ -62,7 +62,7 @@ TEST(MutatedFile, SurvivesRunsOfOneByte) {
         constexpr std::array<char, 4> values{'\0', '\x01', '\x7F', '\xFF'};
         content.replace(at, length, length, values[random() % values.size()]);
     };
-    EXPECT_GT(refusals(200, 2, overwrite), 20U);
+    EXPECT_GT(refusals(200, 2, overwrite), 50U);
 }
 
 TEST(MutatedFile, SurvivesBeingCut) {
@@ -80,7 +80,7 @@ TEST(MutatedFile, SurvivesMovedAndRepeatedParts) {
         else
             content.replace(to, std::min(part.size(), content.size() - to), part);
     };
-    EXPECT_GT(refusals(200, 4, move), 50U);
+    EXPECT_GT(refusals(200, 4, move), 100U);
 }
 
 TEST(MutatedFile, SurvivesOddLengthsAndOffsets) {
@@ -92,7 +92,7 @@ TEST(MutatedFile, SurvivesOddLengthsAndOffsets) {
         for (std::size_t i = 0; i < 8; ++i)
             content[at + i] = static_cast<char>((word >> (8 * i)) & 0xFFU);
     };
-    EXPECT_GT(refusals(200, 5, replaceWord), 20U);
+    EXPECT_GT(refusals(200, 5, replaceWord), 50U);
 }
 
 } // namespace
