@@ -48,13 +48,16 @@ void check(const Parameters& parameters) {
     checkRange(parameters.gamma, 0.1, 10.0, "gamma");
 }
 
+void check(const SequenceLayout& layout) {
+    if (layout != planSequence(layout.projectorWidth, layout.projectorHeight, layout.options))
+        throw ArgumentInvalidException("The sequence's images do not make a code.", "layout");
+}
+
 void check(const SequenceLayout& layout, const Driver::HeadDimensions& head) {
     if (layout.projectorWidth != head.projectorWidth || layout.projectorHeight != head.projectorHeight)
         throw ArgumentInvalidException("The sequence is made for another projector size.", "layout",
                                        std::to_string(layout.projectorWidth) + " x " +
                                            std::to_string(layout.projectorHeight));
-    if (layout != planSequence(layout.projectorWidth, layout.projectorHeight, layout.options))
-        throw ArgumentInvalidException("The sequence's images do not make a code.", "layout");
 }
 
 void check(const Driver::HeadDimensions& dimensions) {
@@ -224,6 +227,7 @@ Reconstructor::Reconstructor(const Driver::Calibration& calibration, SequenceLay
                              const ReconstructorOptions& options)
     : state_(std::make_unique<State>(std::move(layout), options)) {
     setCalibration(calibration);
+    check(state_->layout);
 }
 
 Reconstructor::Reconstructor(const Driver::HeadDimensions& dimensions, SequenceLayout layout,
@@ -231,6 +235,7 @@ Reconstructor::Reconstructor(const Driver::HeadDimensions& dimensions, SequenceL
     : state_(std::make_unique<State>(std::move(layout), options)) {
     check(dimensions);
     check(state_->layout, dimensions);
+    check(state_->layout);
     state_->resize(dimensions.sensorHeight, dimensions.sensorWidth);
 }
 
