@@ -17,10 +17,10 @@ double sigmaOf(std::size_t blur) {
 
 // The light of a line, as the table places it among its nodes.
 struct Line {
-    double width;               // pixels between the centres of neighbours
-    double first;               // projector coordinate of the first line's centre
-    std::size_t nodes;          // between neighbours
-    bool triangle;              // twice as wide as `width`; a box otherwise
+    double width = 1.0;         // pixels between the centres of neighbours
+    double first = 0.0;         // projector coordinate of the first line's centre
+    std::size_t nodes = 1;      // between neighbours
+    bool triangle = false;      // twice as wide as `width`; a box otherwise
     std::size_t perLevel = 1UL; // neighbours that share one level
 };
 

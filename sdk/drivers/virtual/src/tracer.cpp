@@ -208,8 +208,7 @@ Tracer::Tracer(const Scene& scene) : impl_(std::make_unique<Impl>()) {
         impl_->scene = impl_->sceneOf(false);
     } else {
         impl_->scene = impl_->newScene();
-        const RTCGeometry resting = impl_->addInstance(impl_->sceneOf(false));
-        rtcCommitGeometry(resting);
+        rtcCommitGeometry(impl_->addInstance(impl_->sceneOf(false)));
         impl_->movingPart = impl_->addInstance(impl_->sceneOf(true));
         impl_->place();
     }

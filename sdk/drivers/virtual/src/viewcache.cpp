@@ -7,7 +7,7 @@ namespace Vorta::Virtual {
 std::size_t ViewCache::Kept::bytes() const {
     std::size_t sum = ambient.size() * (sizeof(float) + sizeof(LightPath) + sizeof(float) + sizeof(std::uint8_t));
     for (const std::vector<ExtraPath>& row : extra)
-        sum += sizeof(row) + row.size() * sizeof(ExtraPath);
+        sum += sizeof(std::vector<ExtraPath>) + row.size() * sizeof(ExtraPath);
     return sum;
 }
 
