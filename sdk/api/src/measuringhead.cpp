@@ -111,6 +111,10 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
     if (settings.getSettingsInternal().get<Internal::Global::DebugMessages>().value())
         Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_, images_.count(),
                   wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
+    if (settings.getSettingsInternal().get<Internal::Camera::SaveImages>().value())
+        info.raw = {.images = std::make_shared<const Driver::ImageStack>(std::exchange(images_, {})),
+                    .bayerLayout = options_->bayerLayout,
+                    .dimensions = head_->dimensions()};
     return measurement;
 }
 

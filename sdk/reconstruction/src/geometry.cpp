@@ -68,7 +68,8 @@ ColumnGeometry<T> makeGeometry(const Driver::Calibration& calibration, int refin
     g.rowOffset = static_cast<T>(p.cy + 0.5);
     g.rowMinimum = static_cast<T>(-rowMargin);
     g.rowMaximum = static_cast<T>(static_cast<double>(p.height) + rowMargin);
-    g.lineCount = static_cast<T>(p.width);
+    g.firstPosition = static_cast<T>(columnMargin);
+    g.lastPosition = static_cast<T>(static_cast<double>(p.width) - columnMargin);
     const double minSine = std::sin(minMeetingAngleDeg * std::numbers::pi / 180.0);
     g.minMeetingSine2 = static_cast<T>(minSine * minSine);
     g.refinements = refinements;
@@ -97,7 +98,7 @@ std::optional<double> largestError(const Driver::Calibration& calibration, int r
             const double b = (g.r[1] * q.x + g.r[4] * q.y + g.r[7]) / infinity;
             const EpipolarLine<double> line = epipolarLine(g, a, b);
             for (std::size_t c = 0; c <= samples; ++c) {
-                const double position = sample(c, g.lineCount);
+                const double position = sample(c, static_cast<double>(calibration.projector.width));
                 const ColumnMeeting<double> meeting = meetColumn(g, line, position);
                 const ProjectorPoint<double> found(g, line, meeting.x);
                 if (!(found.row(g) >= g.rowMinimum && found.row(g) <= g.rowMaximum))

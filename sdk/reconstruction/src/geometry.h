@@ -26,7 +26,8 @@ struct ColumnGeometry {
     T scale{}, offset{};            // x' = position * scale + offset, position counted from the left edge of column 0
     T rowScale{}, rowOffset{};      // row = y' * rowScale + rowOffset, counted from the top edge of row 0
     T rowMinimum{}, rowMaximum{};
-    T lineCount{};       // columns
+    T firstPosition{}; // columns from the edge of the first one, between which points are valid
+    T lastPosition{};
     T residual{};        // largest accepted |distort(x, y).x - x'| before the last step
     T minMeetingSine2{}; // square of the sine of the least accepted angle between ray and plane
     int refinements = 0;
@@ -34,6 +35,10 @@ struct ColumnGeometry {
 
 /// Rows by which a point may miss the projector's area: epipolar errors of a real calibration stay well below.
 inline constexpr double rowMargin = 1.0;
+
+/// Columns at either side of the projector that give no points: defocus mixes the dark beyond into the pattern there,
+/// which shifts its phase.
+inline constexpr double columnMargin = 1.0;
 
 /// Degrees at which a ray and a column's plane must meet. At 1 degree they do so 57 baselines away, and a tenth of a
 /// column (of a focal length of 1200) moves the crossing by a quarter of the baseline: a depth farther off says

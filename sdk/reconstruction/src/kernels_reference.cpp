@@ -29,7 +29,7 @@ void triangulate(const ColumnGeometry<float>& g, const RayRow& ray, const Decode
         const float position = columns.position[i];
         const EpipolarLine<float> line = epipolarLine(g, ray.x[i], ray.y[i]);
         const ColumnMeeting<float> meeting = meetColumn(g, line, position);
-        const bool accepted = columns.accepted[i] != 0 && position >= 0.0F && position <= g.lineCount;
+        const bool accepted = columns.accepted[i] != 0 && position >= g.firstPosition && position <= g.lastPosition;
         store(g, ray, meeting, crossAt(g, ray.x[i], ray.y[i], line, meeting.x), accepted, out, i);
     }
 }
@@ -42,8 +42,9 @@ void triangulateBoth(const ColumnGeometry<float>& g, const RayRow& ray, const De
         const ColumnMeeting<float> meeting = meetColumn(g, line, position);
         const RowCorrection<float> corrected =
             correctByRow(g, line, meeting, rows.decoded.position[i], columns.modulation[i], rows.decoded.modulation[i]);
-        const bool accepted = columns.accepted[i] != 0 && rows.decoded.accepted[i] != 0 && position >= 0.0F &&
-                              position <= g.lineCount && corrected.distance2 <= rows.tolerance2;
+        const bool accepted = columns.accepted[i] != 0 && rows.decoded.accepted[i] != 0 &&
+                              position >= g.firstPosition && position <= g.lastPosition &&
+                              corrected.distance2 <= rows.tolerance2;
         store(g, ray, meeting, crossAt(g, ray.x[i], ray.y[i], line, corrected.x), accepted, out, i);
     }
 }

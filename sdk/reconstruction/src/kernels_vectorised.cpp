@@ -208,7 +208,7 @@ HWY_INLINE void storePoints(const ColumnGeometry<float>& g, const LineVector& li
 
 HWY_INLINE FloatMask isInside(const ColumnGeometry<float>& g, FloatVector position) {
     const Floats d;
-    return hn::And(position >= hn::Zero(d), position <= hn::Set(d, g.lineCount));
+    return hn::And(position >= hn::Set(d, g.firstPosition), position <= hn::Set(d, g.lastPosition));
 }
 
 /// `count` vectors of pixels, all through one step before the next: the steps are long chains of operations that wait

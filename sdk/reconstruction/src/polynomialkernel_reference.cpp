@@ -41,7 +41,7 @@ void evaluate(const ColumnGeometry<float>& g, const Row& in, const Kernels::RayR
         const float lengths2 = (a * a + b * b + 1.0F) * (xx + 1.0F);
         const float steepness = opening * opening - lengths2 * g.minMeetingSine2;
 
-        const bool valid = decoded.accepted[i] != 0 && position >= 0.0F && position <= g.lineCount &&
+        const bool valid = decoded.accepted[i] != 0 && position >= g.firstPosition && position <= g.lastPosition &&
                            depth >= in.nearMm && depth <= in.farMm && projectorDepth > 0.0F && error <= in.residual &&
                            row >= g.rowMinimum && row <= g.rowMaximum && steepness >= 0.0F;
         out.x[i] = valid ? a * depth : invalid;

@@ -77,7 +77,8 @@ HWY_INLINE void evaluateVector(const ColumnGeometry<float>& g, const Row& in, co
 
     const auto accepted = hn::PromoteTo(di, hn::LoadU(hn::Rebind<std::uint8_t, Floats>(), decoded.accepted + i));
     auto valid = hn::RebindMask(d, hn::Gt(accepted, hn::Zero(di)));
-    valid = hn::And(valid, hn::And(hn::Ge(position, zero), hn::Le(position, broadcast(g.lineCount))));
+    valid = hn::And(valid,
+                    hn::And(hn::Ge(position, broadcast(g.firstPosition)), hn::Le(position, broadcast(g.lastPosition))));
     valid = hn::And(valid, hn::And(hn::Ge(depth, broadcast(in.nearMm)), hn::Le(depth, broadcast(in.farMm))));
     valid = hn::And(valid, hn::And(hn::Gt(projectorDepth, zero), hn::Le(error, broadcast(in.residual))));
     valid = hn::And(valid, hn::And(hn::Ge(row, broadcast(g.rowMinimum)), hn::Le(row, broadcast(g.rowMaximum))));

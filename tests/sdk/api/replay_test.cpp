@@ -39,9 +39,9 @@ protected:
     /// Takes a measurement with a virtual head, saves it as a.vdf and returns it.
     Frame record(const Settings& settings) {
         const VirtualHeads heads({.serialNumber = "T-1"});
-        Application application;
-        application.getImpl().setCameraDriver(driverPath(), settings);
-        Camera camera = application.cameras().at(0);
+        Application recorder;
+        recorder.getImpl().setCameraDriver(driverPath(), settings);
+        Camera camera = recorder.cameras().at(0);
         camera.connect();
         const Frame frame = camera.capture();
         frame.save(file());

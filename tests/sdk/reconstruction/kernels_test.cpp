@@ -110,7 +110,8 @@ TEST_P(Agreement, Triangulate) {
         g.rowOffset = 384.0F;
         g.rowMinimum = -1.0F;
         g.rowMaximum = 769.0F;
-        g.lineCount = 1024.0F;
+        g.firstPosition = 1.0F;
+        g.lastPosition = 1023.0F;
         g.residual = 1e-3F;
         g.minMeetingSine2 = width % 2 == 0 ? 0.01F : 0.0F;
         g.refinements = static_cast<int>(width % 4);

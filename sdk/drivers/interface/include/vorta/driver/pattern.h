@@ -19,7 +19,8 @@ enum class Axis : std::uint8_t { Columns, Rows };
 /// One projected image: constant across one axis, so a level for each line of the other is all there is.
 struct Pattern {
     Axis axis = Axis::Columns;
-    /// Relative luminance 0 (dark) to 1 (full) for each projector column, half column or row, index 0 at the left (top).
+    /// Relative luminance 0 (dark) to 1 (full) for each projector column, half column or row, index 0 at the left
+    /// (top).
     std::vector<float> levels;
 };
 
