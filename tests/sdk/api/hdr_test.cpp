@@ -65,7 +65,7 @@ TEST(Hdr, SeesMoreThanEachOfItsCaptures) {
     const VirtualHeads heads({.serialNumber = "T-1",
                               .scene =
                                   "objects:\n  - plane: {}\n    position: [0, 0, 700]\n    material: {albedo: 0.95, "
-                                  "texture: {kind: checker, size: 40, albedo: 0.012}}\n"});
+                                  "texture: {kind: checker, size: 40, albedo: 0.03}}\n"});
     Application application;
     application.getImpl().setCameraDriver(driverPath(), Settings{});
     Camera camera = application.cameras().at(0);
@@ -79,7 +79,7 @@ TEST(Hdr, SeesMoreThanEachOfItsCaptures) {
     };
     std::vector<Frame> frames;
     const auto dark = validAt("20", frames);
-    const auto bright = validAt("60", frames);
+    const auto bright = validAt("63", frames);
     const Frame combined = HDR::Detail::combineFrames({frames.begin(), frames.end()});
     const auto both = std::ranges::count_if(combined.getPointCloud().points(), &Point::isValid);
     EXPECT_GT(static_cast<double>(both), 1.3 * static_cast<double>(std::max(dark, bright)));

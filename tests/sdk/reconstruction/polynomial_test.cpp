@@ -82,8 +82,8 @@ Deviation measure(const Driver::Calibration& head, const ReconstructorOptions& o
             for (std::size_t i = 0; i < sights.size(); ++i) {
                 const double u = sights[i].projectorColumn;
                 const double v = sights[i].projectorRow;
-                const bool inside = u > -0.49 && u < width - 0.51 && v > -1.49 && v < height + 0.49;
-                const bool outside = u < -0.51 || u > width - 0.49 || v < -1.51 || v > height + 0.51;
+                const bool inside = u > 0.51 && u < width - 1.51 && v > -1.49 && v < height + 0.49;
+                const bool outside = u < 0.49 || u > width - 1.49 || v < -1.51 || v > height + 0.51;
                 const bool valid = !std::isnan(z[i]);
                 deviation.missing += inside && !valid ? 1U : 0U;
                 deviation.surplus += outside && valid ? 1U : 0U;
@@ -156,13 +156,13 @@ float depthAt(const Driver::Calibration& head, double position, const Reconstruc
 }
 
 // The point (10, 0, 1000) is seen at projector x = (10 - 100) / 1000 = -0.09, column 9.5, counted from the edge 10.
-// Column position p shows x = (p - 100) / 1000 and z = 100 / (0.01 - x), so z = 1000, 2000 and 909.09 are at the
-// positions 10, 60 and 0.
+// Column position p shows x = (p - 100) / 1000 and z = 100 / (0.01 - x), so z = 1000, 2000 and 917.431 are at the
+// positions 10, 60 and 1, where the first column that gives points begins.
 TEST(Polynomial, ParallelHeadByHand) {
     EXPECT_NEAR(depthAt(parallelHead(0.0), 10.0), 1000.0F, 2e-3F);
     EXPECT_NEAR(depthAt(parallelHead(0.0), 60.0), 2000.0F, 8e-3F);
-    EXPECT_NEAR(depthAt(parallelHead(0.0), 0.0), 909.09F, 5e-3F);
-    EXPECT_TRUE(std::isnan(depthAt(parallelHead(0.0), -0.01)));
+    EXPECT_NEAR(depthAt(parallelHead(0.0), 1.0), 917.431F, 5e-3F);
+    EXPECT_TRUE(std::isnan(depthAt(parallelHead(0.0), 0.99)));
 }
 
 TEST(Polynomial, PointsOutsideTheRangeOfDepthsAreInvalid) {

@@ -58,12 +58,13 @@ TEST(Triangulate, ParallelHeadByHand) {
     EXPECT_NEAR(p[2], 1000.0F, 2e-3F);
 }
 
+// The outermost of the 200 columns give no points either.
 TEST(Triangulate, ColumnsOutsideTheProjectorAreInvalid) {
     const Driver::Calibration head = parallelHead();
-    EXPECT_FALSE(std::isnan(meet(head, 0.0, 0.0, 0.0)[2]));
-    EXPECT_TRUE(std::isnan(meet(head, 0.0, 0.0, -0.01)[2]));
-    EXPECT_FALSE(std::isnan(meet(head, 0.2, 0.0, 200.0)[2]));
-    EXPECT_TRUE(std::isnan(meet(head, 0.2, 0.0, 200.01)[2]));
+    EXPECT_FALSE(std::isnan(meet(head, 0.0, 0.0, 1.0)[2]));
+    EXPECT_TRUE(std::isnan(meet(head, 0.0, 0.0, 0.99)[2]));
+    EXPECT_FALSE(std::isnan(meet(head, 0.2, 0.0, 199.0)[2]));
+    EXPECT_TRUE(std::isnan(meet(head, 0.2, 0.0, 199.01)[2]));
 }
 
 // The projector's rows cover y from -0.075 to 0.075 (150 rows); one row more is granted on each side.

@@ -153,12 +153,12 @@ TEST_F(Capture, KeepsTheCapturesOfAnHdrMeasurementOnRequest) {
 TEST_F(Capture, KeepsTheRawImagesOnRequest) {
     ASSERT_EQ(vorta({"capture", "--save-images", file("a.vdf")}).status, 0);
     // Four steps of the fringes and, for 1024 columns in periods of eight, eight bits.
-    EXPECT_THAT(ncdumpHeader(file("a.vdf")), HasSubstr("image = 12 ;"));
+    EXPECT_THAT(ncdumpHeader(file("a.vdf")), HasSubstr("exposure = 12 ;"));
     ASSERT_EQ(vorta({"capture", "--save-images", "--set", "Bidirectional=true", "--set",
                      "Measurement/InversePatterns=true", file("b.vdf")})
                   .status,
               0);
-    EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr("image = 40 ;")); // 768 rows take eight bits too
+    EXPECT_THAT(ncdumpHeader(file("b.vdf")), HasSubstr("exposure = 40 ;")); // 768 rows take eight bits too
 }
 
 TEST_F(Capture, WritesTheCalibrationThatItCanUseInstead) {
