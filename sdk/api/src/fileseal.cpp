@@ -102,9 +102,9 @@ std::optional<std::uint64_t> statedLength(std::ifstream& stream) {
     const auto count = static_cast<std::size_t>(stream.gcount());
     if (count < 48 || !std::equal(signature.begin(), signature.end(), header.begin()))
         return std::nullopt;
-    const int version = header[8];
+    const auto version = static_cast<std::uint8_t>(header[8]);
     const std::size_t addressSizeAt = version < 2 ? 13 : 9;
-    if (version < 0 || version > 3 || header.at(addressSizeAt) != 8)
+    if (version > 3 || header.at(addressSizeAt) != 8)
         return std::nullopt;
     const std::size_t at = version == 0 ? 40 : version == 1 ? 44 : 28;
     return number(std::span(header).subspan(at, 8));
