@@ -281,5 +281,32 @@ TEST(Accuracy, OfTheOtherCalibrationMethods) {
     }
 }
 
+std::size_t validPoints(const Frame& frame) {
+    const PointCloud cloud = frame.getPointCloud();
+    return static_cast<std::size_t>(std::ranges::count_if(cloud.points(), &Point::isValid));
+}
+
+TEST(Accuracy, HdrCoversMoreThanTheBestSingleCapture) {
+    boost::this_process::environment().set("VORTA_VIRTUAL_HEADS", VORTA_SOURCE_DIR "/heads/contrast");
+    Application application;
+    application.getImpl().setCameraDriver(Testing::driverPath(), Settings{});
+    Camera camera = application.cameras().at(0);
+    camera.connect();
+    const auto captureAt = [&](std::uint64_t iris) {
+        camera.setSettings(with("Iris", std::to_string(iris)));
+        return camera.capture();
+    };
+    std::size_t best = 0;
+    for (const std::uint64_t iris : {10U, 20U, 25U, 31U, 40U, 50U})
+        best = std::max(best, validPoints(captureAt(iris)));
+    const Frame dark = captureAt(14);
+    const Frame middle = captureAt(31);
+    const Frame bright = captureAt(63);
+    const std::size_t combined = validPoints(HDR::Detail::combineFrames({dark, middle, bright}));
+    std::cout << "HDR of three irises covers " << combined << " pixels, the best single capture " << best << ": "
+              << std::fixed << std::setprecision(1) << 100.0 * (share(combined, best) - 1.0) << " % more\n";
+    EXPECT_GE(static_cast<double>(combined), 1.15 * static_cast<double>(best));
+}
+
 } // namespace
 } // namespace Vorta
