@@ -53,13 +53,18 @@ bool BlockGrid::canRead() {
 
 void BlockGrid::read(std::size_t threads, const Take& take) const {
     struct Scratch {
-        Codecs codecs;
+        std::vector<ChunkCodec> codecs; // one for each variable, since the values of all are handed over together
         std::vector<std::vector<std::byte>> stored;
+        std::vector<std::span<const std::byte>> values;
     };
     const std::size_t count = variables_.size();
-    std::vector<Scratch> scratches;
-    for (std::size_t thread = 0; thread < pipelineThreads(positions_.size(), threads); ++thread)
-        scratches.push_back({.codecs = Codecs(variables_), .stored = std::vector<std::vector<std::byte>>(count)});
+    std::vector<Scratch> scratches(pipelineThreads(positions_.size(), threads));
+    for (Scratch& scratch : scratches) {
+        for (const ChunkedVariable& variable : variables_)
+            scratch.codecs.emplace_back(variable.format().value());
+        scratch.stored.resize(count);
+        scratch.values.resize(count);
+    }
 
     const auto fetch = [&](std::size_t block, std::size_t thread) {
         for (std::size_t i = 0; i < count; ++i) {
@@ -71,12 +76,11 @@ void BlockGrid::read(std::size_t threads, const Take& take) const {
     const auto unpack = [&](std::size_t block, std::size_t thread) {
         Scratch& scratch = scratches[thread];
         for (std::size_t i = 0; i < count; ++i) {
-            const auto values =
-                scratch.codecs.of(i).unpack(scratch.stored[i], stored_[block * count + i].skippedFilters);
-            if (values.empty())
+            scratch.values[i] = scratch.codecs[i].unpack(scratch.stored[i], stored_[block * count + i].skippedFilters);
+            if (scratch.values[i].empty())
                 file_.fail("unpacking a block of variable '" + names_[i] + "'", "it is damaged");
-            take(block, i, values);
         }
+        take(block, scratch.values);
     };
     runPipeline(positions_.size(), scratches.size(), {.fetch = fetch, .work = unpack, .store = {}});
 }

@@ -31,8 +31,9 @@ public:
     /// do. Throws IOException when the file's index is damaged.
     [[nodiscard]] bool canRead();
 
-    /// Hands the values of every block to `take`, which several threads call at once. `canRead` has been asked.
-    using Take = std::function<void(std::size_t block, std::size_t variable, std::span<const std::byte> values)>;
+    /// Hands the values of every block, variable by variable, to `take`, which several threads call at once. `canRead`
+    /// has been asked.
+    using Take = std::function<void(std::size_t block, std::span<const std::span<const std::byte>> values)>;
     void read(std::size_t threads, const Take& take) const;
 
     /// Asks `give`, which several threads call at once, for the values of every block.

@@ -67,22 +67,21 @@ void gatherFloats(std::span<const Point> points, float Point::*member, std::span
         std::memcpy(values.data() + i * sizeof(float), &(points[i].*member), sizeof(float));
 }
 
-void scatterFloats(std::span<const std::byte> values, float Point::*member, std::span<Point> points) {
-    for (std::size_t i = 0; i < points.size(); ++i)
-        std::memcpy(&(points[i].*member), values.data() + i * sizeof(float), sizeof(float));
-}
-
 void gatherColours(std::span<const Point> points, std::span<std::byte> values) {
     for (std::size_t i = 0; i < points.size(); ++i)
         for (std::size_t c = 0; c < colourMembers.size(); ++c)
             values[i * colourMembers.size() + c] = static_cast<std::byte>(points[i].*colourMembers[c]);
 }
 
-void scatterColours(std::span<const std::byte> values, std::span<Point> points) {
+/// Puts together the points of one block from the values of its variables in one pass.
+void assemble(std::span<const std::span<const std::byte>> values, std::span<Point> points) {
     for (std::size_t i = 0; i < points.size(); ++i) {
+        Point point;
+        for (std::size_t c = 0; c < channels.size(); ++c)
+            std::memcpy(&(point.*channels[c].member), values[c].data() + i * sizeof(float), sizeof(float));
         for (std::size_t c = 0; c < colourMembers.size(); ++c)
-            points[i].*colourMembers[c] = std::to_integer<std::uint8_t>(values[i * colourMembers.size() + c]);
-        points[i].alpha = Point{}.alpha;
+            point.*colourMembers[c] = std::to_integer<std::uint8_t>(values[colourIndex][i * colourMembers.size() + c]);
+        points[i] = point;
     }
 }
 
@@ -90,20 +89,21 @@ void scatterColours(std::span<const std::byte> values, std::span<Point> points) 
 PointCloud readPlainCloud(const File& file, const Grid& grid) {
     PointCloud cloud = PointCloud::uninitialized(grid.height, grid.width);
     const std::size_t rows = blockRows(grid.height, grid.width);
-    std::vector<float> values(rows * grid.width);
-    std::vector<std::uint8_t> colours(values.size() * colourMembers.size());
+    std::array<std::vector<float>, channels.size()> floats;
+    floats.fill(std::vector<float>(rows * grid.width));
+    std::vector<std::uint8_t> colours(rows * grid.width * colourMembers.size());
+    std::array<std::span<const std::byte>, channels.size() + 1> values;
     for (std::size_t row = 0; row < grid.height; row += rows) {
         const std::span<Point> block = blockOf(cloud.points(), grid, row, rows);
         const BlockGrid::Position start{row, 0, 0};
         const BlockGrid::Position count{block.size() / grid.width, grid.width, colourMembers.size()};
         for (std::size_t c = 0; c < channels.size(); ++c) {
-            const std::span<float> part = std::span(values).first(block.size());
-            file.read(grid.floats[c].variable, start, count, part);
-            scatterFloats(std::as_bytes(part), channels[c].member, block);
+            file.read(grid.floats[c].variable, start, count, std::span(floats[c]));
+            values[c] = std::as_bytes(std::span(floats[c]));
         }
-        const std::span<std::uint8_t> part = std::span(colours).first(block.size() * colourMembers.size());
-        file.read(grid.colour.variable, start, count, part);
-        scatterColours(std::as_bytes(part), block);
+        file.read(grid.colour.variable, start, count, std::span(colours));
+        values[colourIndex] = std::as_bytes(std::span(colours));
+        assemble(values, block);
     }
     return cloud;
 }
@@ -144,12 +144,8 @@ PointCloud readCloud(const File& file, const Grid& grid, std::size_t threads) {
     if (!blocks.canRead())
         return readPlainCloud(file, grid);
     PointCloud cloud = PointCloud::uninitialized(grid.height, grid.width);
-    blocks.read(threads, [&](std::size_t block, std::size_t variable, std::span<const std::byte> values) {
-        const std::span<Point> points = blockOf(cloud.points(), grid, positions[block][0], rows);
-        if (variable == colourIndex)
-            scatterColours(values, points);
-        else
-            scatterFloats(values, channels.at(variable).member, points);
+    blocks.read(threads, [&](std::size_t block, std::span<const std::span<const std::byte>> values) {
+        assemble(values, blockOf(cloud.points(), grid, positions[block][0], rows));
     });
     return cloud;
 }
@@ -173,9 +169,9 @@ Driver::ImageStack readImages(const File& file, const Grid& grid, std::size_t th
         const auto positions = imagePositions(grid, chunk[1]);
         BlockGrid blocks(file, imageMembers(grid), positions);
         if (blocks.canRead()) {
-            blocks.read(threads, [&](std::size_t block, std::size_t /*variable*/, std::span<const std::byte> values) {
+            blocks.read(threads, [&](std::size_t block, std::span<const std::span<const std::byte>> values) {
                 const auto pixels = blockOf(images.image(positions[block][0]), grid, positions[block][1], chunk[1]);
-                std::memcpy(pixels.data(), values.data(), pixels.size());
+                std::memcpy(pixels.data(), values.front().data(), pixels.size());
             });
             return images;
         }
