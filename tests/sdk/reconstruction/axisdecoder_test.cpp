@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
@@ -45,16 +46,17 @@ Decoded decode(const SequenceLayout& layout, std::size_t axis, const Driver::Ima
 
 /// Places along both axes, from `margin` to as far before the end, 0.61 pixels apart.
 std::vector<double> placesAlong(std::size_t length, double margin) {
-    std::vector<double> places;
-    for (double place = margin; place <= static_cast<double>(length) - margin; place += 0.61)
-        places.push_back(place);
+    constexpr double step = 0.61;
+    std::vector<double> places(static_cast<std::size_t>((static_cast<double>(length) - 2.0 * margin) / step) + 1);
+    for (std::size_t i = 0; i < places.size(); ++i)
+        places[i] = margin + step * static_cast<double>(i);
     return places;
 }
 
 Driver::ImageStack exposeRow(const SequenceLayout& layout, const std::vector<double>& places, const Light& light) {
-    std::vector<std::optional<Simulation::Spot>> spots;
-    for (const double place : places)
-        spots.emplace_back(Simulation::Spot{.column = place, .row = place});
+    std::vector<std::optional<Simulation::Spot>> spots(places.size());
+    std::ranges::transform(places, spots.begin(),
+                           [](double place) { return Simulation::Spot{.column = place, .row = place}; });
     return Simulation::expose(layout, spots, 1, places.size(), light);
 }
 

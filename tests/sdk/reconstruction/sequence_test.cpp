@@ -80,7 +80,7 @@ TEST(Sequence, BitsCoverEveryHalfPeriod) {
     EXPECT_EQ(bits(16), 2U);
     EXPECT_EQ(bits(17), 3U);
     EXPECT_EQ(bits(1025), 9U);
-    EXPECT_EQ(bits(4U * 65536U), 16U);
+    EXPECT_EQ(bits(std::size_t{4} * 65536), 16U);
 }
 
 TEST(Sequence, EveryImageHasOneUse) {
@@ -206,10 +206,10 @@ TEST(Sequence, RefusesWhatCannotBeCoded) {
     for (const std::size_t period : {7U, 2U, 0U})
         expect(message(100, 10, {.periodColumns = period}), "The fringe period must be an even number of columns");
     const char* const tooMany = "The projector has too many pixels for this code and fringe period.";
-    expect(message(4U * 65536U + 1U, 10, {}), tooMany);
-    expect(message(4U * 4096U + 1U, 10, {.code = ErrorCorrecting}), tooMany);
-    expect(message(10, 4U * 65536U + 1U, {.rows = true}), tooMany);
-    EXPECT_EQ(message(4U * 4096U, 4U * 65536U + 1U, {.code = ErrorCorrecting}), "");
+    expect(message(std::size_t{4} * 65536 + 1U, 10, {}), tooMany);
+    expect(message(std::size_t{4} * 4096 + 1U, 10, {.code = ErrorCorrecting}), tooMany);
+    expect(message(10, std::size_t{4} * 65536 + 1U, {.rows = true}), tooMany);
+    EXPECT_EQ(message(std::size_t{4} * 4096, std::size_t{4} * 65536 + 1U, {.code = ErrorCorrecting}), "");
 }
 
 } // namespace
