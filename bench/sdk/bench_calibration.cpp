@@ -114,7 +114,8 @@ int main(int argc, char** argv) {
     const Driver::Calibration head = makeHead();
     Driver::Calibration warmer = head;
     warmer.camera.fx += 0.5;
-    const Reconstruction::SequenceLayout layout = Reconstruction::planSequence(head.projector.width, head.projector.height, {.inverse = true});
+    const Reconstruction::SequenceLayout layout =
+        Reconstruction::planSequence(head.projector.width, head.projector.height, {.inverse = true});
     const Driver::ImageStack images = makeImages(head, layout);
     constexpr auto polynomial = ReconstructorOptions::Method::Polynomial;
     Reconstructor exact(head, layout);

@@ -23,8 +23,7 @@ std::size_t checkedSize(std::size_t height, std::size_t width) {
 
 } // namespace
 
-PointCloud::PointCloud(std::size_t height, std::size_t width)
-    : PointCloud(uninitialized(height, width)) {
+PointCloud::PointCloud(std::size_t height, std::size_t width) : PointCloud(uninitialized(height, width)) {
     std::ranges::fill(points(), Point{});
 }
 

@@ -30,9 +30,9 @@ public:
         };
         struct ApplyCalibration : Setting<ApplyCalibration, bool> {
             static constexpr std::string_view path = "Measurement/ApplyCalibration";
-            static constexpr Traits traits{
-                .defaultValue = true,
-                .meaning = "Turn the decoded patterns into points; off, x and y of a point are the projector column and row that it saw."};
+            static constexpr Traits traits{.defaultValue = true,
+                                           .meaning = "Turn the decoded patterns into points; off, x and y of a point "
+                                                      "are the projector column and row that it saw."};
             using Setting::Setting;
         };
         struct AdvancedPattern : Setting<AdvancedPattern, PatternCode> {
@@ -155,8 +155,9 @@ public:
             static constexpr std::string_view path = "Camera/ColorMode";
             static constexpr Traits traits{.defaultValue = ColorKind::Raw,
                                            .texts = {"Gray", "Color", "Raw"},
-                                           .meaning = "Colours of the points: grey, or the colours of the mosaic, demosaiced "
-                                                      "by a sensor that can (Color) or by the library (Raw)."};
+                                           .meaning =
+                                               "Colours of the points: grey, or the colours of the mosaic, demosaiced "
+                                               "by a sensor that can (Color) or by the library (Raw)."};
             using Setting::Setting;
         };
         struct BlackLevel : Setting<BlackLevel, double> {
