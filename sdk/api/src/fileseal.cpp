@@ -94,8 +94,8 @@ std::optional<Seal> sealOf(const std::filesystem::path& file, std::uint64_t leng
     return seal;
 }
 
-/// Length of the file as its HDF5 header (the superblock of the HDF5 file format specification) states it; empty when
-/// there is no such header.
+/// Length of the file as its HDF5 header (the superblock, versions 0 to 3) states it; empty when there is no such
+/// header.
 std::optional<std::uint64_t> statedLength(std::ifstream& stream) {
     std::array<char, 64> header{};
     stream.read(header.data(), header.size());
