@@ -65,7 +65,11 @@ void click(QWidget& box, const QString& name) {
             continue;
         if (!button->isEnabled() || !button->isVisible())
             break;
-        QTest::mouseClick(button, Qt::LeftButton);
+        // A window manager may give a fresh box other sizes first, at which the button has no height to click on.
+        if (button->size().isEmpty())
+            QTimer::singleShot(pollIntervalMs, &box, [&box, name] { click(box, name); });
+        else
+            QTest::mouseClick(button, Qt::LeftButton);
         return;
     }
     ADD_FAILURE() << "the box \"" << qPrintable(box.windowTitle()) << "\" has no button \"" << qPrintable(name)
