@@ -143,8 +143,9 @@ CameraState CameraImpl::state() const noexcept {
         const std::unique_lock operation(operation_, std::try_to_lock);
         const std::lock_guard lock(mutex_);
         state.opened = head_ != nullptr;
-        state.live = live_ && live_->isRunning();
         state.connected = head_ && head_->isPresent();
+        // Without its head it is over, even before the capture that is under way has noticed.
+        state.live = state.connected && live_ && live_->isRunning();
         if (state.connected && operation.owns_lock())
             temperatures_ = head_->temperatures();
         if (head_) {
