@@ -272,6 +272,7 @@ void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus
 }
 
 void MainWindow::slotHandleStateChange(const Vorta::CameraStatus& status) {
+    pointCloudView_->setStreaming(status.live);
     if (status.live) {
         pointCloudView_->setFixedSize(pointCloudView_->size());
     } else {

@@ -11,8 +11,12 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <mutex>
 #include <random>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -249,6 +253,33 @@ TEST_F(Connection, HeadMayComeWhileTheBoxSaysThatThereIsNone) {
     EXPECT_TRUE(controller_->status().connected) << "what the box said is no longer so";
     EXPECT_TRUE(pollTimer().isActive());
     EXPECT_EQ(infos_->count(), 1);
+}
+
+TEST_F(Connection, SearchLooksTwiceASecondAndEndsWithTheController) {
+    // Each look reads the file, which is a broken one and another one than before.
+    std::mutex mutex;
+    std::vector<std::chrono::steady_clock::time_point> looks;
+    const auto count = [&] {
+        const std::scoped_lock lock{mutex};
+        return looks.size();
+    };
+    heads_.unplug("T-1");
+    heads_.plugText("broken", "[");
+    application_.getImpl().setLogCallback([&](const Log::Event& event) {
+        if (event.getMessage().find("A virtual head is left out") == std::string::npos)
+            return;
+        const std::scoped_lock lock{mutex};
+        looks.push_back(std::chrono::steady_clock::now());
+        heads_.plugText("broken", std::string(looks.size() + 1, '['));
+    });
+    start(); // looks itself, and the search at once again
+    EXPECT_TRUE(waitFor([&] { return count() >= 5; }, 20'000));
+    controller_.reset();
+    const std::size_t atTheEnd = count();
+    application_.getImpl().setLogCallback({});
+    EXPECT_EQ(count(), atTheEnd);
+    for (std::size_t i = 2; i < looks.size(); ++i)
+        EXPECT_GE(looks[i] - looks[i - 1], std::chrono::milliseconds(490)) << i;
 }
 
 /// A head that is plugged in and out, fails, and is used in every state, in an order that the seed decides.
