@@ -1,5 +1,6 @@
-// The whole program in live acquisition with a head that delivers as fast as it can: frames per second, and how long
-// the events of the GUI thread take meanwhile (bar: none over 50 ms). Needs a screen.
+// The whole program in live acquisition with heads that deliver as fast as they can: frames per second, and how long
+// the events of the GUI thread take meanwhile (bar: none over 50 ms). The simulated heads keep all cores busy; the
+// replayed one leaves them to the program, as a real one does. Needs a screen.
 #include "app/metatypes.h"
 #include "app/studio.h"
 #include "camera/vortainterface.h"
@@ -62,7 +63,8 @@ double quantile(std::vector<double>& values, double part) {
     return *at;
 }
 
-int measureLive(int& argc, char** argv) {
+/// Measures with the head of that name, which leaves a measurement in `file`, or without one with the replay of `file`.
+int measureLive(int& argc, char** argv, const QString& head, const QString& file) {
     const QTemporaryDir preferences;
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, preferences.path());
     Vorta::Application library;
@@ -71,15 +73,19 @@ int measureLive(int& argc, char** argv) {
     Vorta::registerMetaTypes();
     TimedStudio studio(library, argc, argv);
     Vorta::VortaInterface& controller = studio.controller();
+    Vorta::Settings settings = controller.settings();
+    settings.set("Camera/FrameRate", "1000");
+    if (head.isEmpty()) {
+        settings.set("Camera/Driver", "NetCDF");
+        settings.set("Camera/MeasurementFile", file.toStdString());
+    }
+    controller.setSettings(settings);
     MainWindow window(controller);
     window.show();
     waitUntil([&] { return controller.status().connected; }, 20'000);
     if (!controller.status().connected)
         throw std::runtime_error("no head is connected");
 
-    Vorta::Settings settings = controller.settings();
-    settings.set("Camera/FrameRate", "1000");
-    controller.setSettings(settings);
     std::atomic<int> frames{0};
     QObject::connect(
         &controller, &Vorta::VortaInterface::measurementUpdated, &controller, [&] { ++frames; }, Qt::DirectConnection);
@@ -96,26 +102,34 @@ int measureLive(int& argc, char** argv) {
     const double seconds = static_cast<double>(clock.elapsed()) * 1e-3;
     std::vector<double> events = studio.eventMs;
     const Vorta::PointCloud cloud = controller.record()->pointCloud();
-    std::printf("live %4zu x %-4zu  %5.1f frames/s, events of the GUI thread: median %.2f ms, 99.9 %% within %.1f ms, "
-                "longest %.1f ms (bar 50)\n",
-                cloud.width(), cloud.height(), frames / seconds, quantile(events, 0.5), quantile(events, 0.999),
-                quantile(events, 1.0));
+    std::printf(
+        "live %-9s %4zu x %-4zu  %5.1f frames/s, events of the GUI thread: median %.2f ms, 99.9 %% within %.1f ms, "
+        "longest %.1f ms (bar 50)\n",
+        head.isEmpty() ? "replay" : qPrintable(head), cloud.width(), cloud.height(), frames / seconds,
+        quantile(events, 0.5), quantile(events, 0.999), quantile(events, 1.0));
     std::fflush(stdout);
     controller.stopLive();
+    if (!head.isEmpty()) {
+        settings.set("Camera/SaveImages", "true"); // so that the replay has points to compute for each frame
+        controller.setSettings(settings);
+        controller.measure(Vorta::FrameSpec{});
+        controller.saveDataFile(file);
+    }
     window.close();
     return 0;
 }
 
 /// A process a head: a program has one log and one preferences store.
 int measureHeads(const QString& program) {
-    for (const char* heads : {"turntable", "demo"}) {
+    const QTemporaryDir folder;
+    for (const char* head : {"turntable", "demo", ""}) {
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("VORTA_VIRTUAL_HEADS"),
-                           QStringLiteral(VORTA_SOURCE_DIR "/heads/") + QLatin1String(heads));
+                           QStringLiteral(VORTA_SOURCE_DIR "/heads/") + QLatin1String(head));
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedChannels);
-        process.start(program, {QStringLiteral("--measure")});
+        process.start(program, {QLatin1String(head), folder.filePath(QStringLiteral("live.vdf"))});
         if (!process.waitForFinished(120'000) || process.exitCode() != 0)
             return 1;
     }
@@ -126,7 +140,8 @@ int measureHeads(const QString& program) {
 
 int main(int argc, char** argv) {
     try {
-        return argc > 1 ? measureLive(argc, argv) : measureHeads(QString::fromLocal8Bit(argv[0]));
+        return argc == 3 ? measureLive(argc, argv, QString::fromLocal8Bit(argv[1]), QString::fromLocal8Bit(argv[2]))
+                         : measureHeads(QString::fromLocal8Bit(argv[0]));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_live: %s\n", error.what());
         return 1;

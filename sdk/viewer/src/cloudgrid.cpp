@@ -8,7 +8,7 @@ namespace Vorta {
 namespace {
 
 /// How many points an estimate looks at.
-constexpr std::size_t sampleSize = 50'000;
+constexpr std::size_t sampleSize = 10'000;
 
 /// The value that `share` of the values lie below; reorders them.
 double quantile(std::vector<float>& values, double share) {

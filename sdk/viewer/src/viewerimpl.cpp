@@ -255,7 +255,7 @@ std::size_t VortaViewer::Impl::strideFor(bool moving) {
     if (!moving)
         return 1;
     FrameBudget& budget = meshed_ && organised() ? meshBudget_ : pointBudget_;
-    return budget.stride(pointCount());
+    return budget.stride(pointCount(), streaming_ ? FrameBudget::streamedFrameMs : FrameBudget::movingFrameMs);
 }
 
 bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
