@@ -1,27 +1,13 @@
 #include "camera/cloudwithimagesandmask.h"
 
+#include "camera/recordkernels.h"
 #include "vorta/common/exceptions.h"
 
-#include <cstring>
-#include <span>
 #include <string>
 
 namespace Vorta {
 
 namespace {
-
-/// Copies a row of points, hiding those whose mask byte is not zero.
-void copyMasked(std::span<const Point> from, const uchar* mask, Point* to) {
-    std::memcpy(to, from.data(), from.size_bytes());
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        if (mask[i] == MaskCode::valid)
-            continue;
-        to[i].x = nan;
-        to[i].y = nan;
-        to[i].z = nan;
-    }
-}
 
 std::string sizeText(std::size_t width, std::size_t height) {
     return std::to_string(width) + " x " + std::to_string(height);
@@ -64,8 +50,13 @@ void CloudWithImagesAndMask::updateMaskedCloud() {
                                            sizeText(cloud.width(), cloud.height()),
                                        "mask", sizeText(maskWidth, maskHeight));
     PointCloud masked = PointCloud::uninitialized(cloud.height(), cloud.width());
-    for (std::size_t row = 0; row < cloud.height(); ++row)
-        copyMasked(cloud.row(row), mask_.ptr(static_cast<int>(row)), masked.row(row).data());
+    const auto hide = RecordKernels::vectorised().hide;
+    if (mask_.isContinuous()) {
+        hide(cloud.points(), mask_.ptr(), masked.data());
+    } else {
+        for (std::size_t row = 0; row < cloud.height(); ++row)
+            hide(cloud.row(row), mask_.ptr(static_cast<int>(row)), masked.row(row).data());
+    }
     maskedPointCloud_ = masked;
 }
 

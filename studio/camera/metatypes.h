@@ -5,6 +5,7 @@
 #include "vorta/api/frame.h"
 #include "vorta/compute/devicecloud.h"
 
+#include <QList>
 #include <QMetaType>
 
 #include <memory>

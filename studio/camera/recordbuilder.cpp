@@ -16,7 +16,7 @@ std::shared_ptr<CloudWithImagesAndMask> buildRecord(const PointCloud& cloud, con
     auto mask = memory.makeImage<uchar>(rows, columns);
     auto color = memory.makeImage<cv::Vec3b>(rows, columns);
     // One pass over the points; new images hold their rows without gaps, as the cloud does.
-    const DepthRange range = RecordKernels::vectorised()(
+    const DepthRange range = RecordKernels::vectorised().build(
         cloud.points(), limits, {.depth = depth.ptr<float>(), .mask = mask.ptr(), .color = color.ptr()});
 
     auto record = std::make_shared<CloudWithImagesAndMask>();

@@ -1,6 +1,7 @@
 #include "camera/recordkernels.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace Vorta::RecordKernels {
 
@@ -35,10 +36,22 @@ DepthRange build(std::span<const Point> points, const ClassificationLimits& limi
     return {.minimum = static_cast<double>(minimum) + 0.0, .maximum = static_cast<double>(maximum) + 0.0};
 }
 
+void hide(std::span<const Point> points, const std::uint8_t* mask, Point* to) {
+    std::memcpy(to, points.data(), points.size_bytes());
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (mask[i] == MaskCode::valid)
+            continue;
+        to[i].x = nan;
+        to[i].y = nan;
+        to[i].z = nan;
+    }
+}
+
 } // namespace
 
-Loop reference() noexcept {
-    return build;
+Kernels reference() noexcept {
+    return {.build = build, .hide = hide};
 }
 
 } // namespace Vorta::RecordKernels

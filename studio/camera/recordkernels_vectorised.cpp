@@ -2,6 +2,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "camera/recordkernels_vectorised.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 HWY_BEFORE_NAMESPACE();
 namespace Vorta::RecordKernels::HWY_NAMESPACE {
@@ -17,7 +19,7 @@ namespace {
 
 #if HWY_TARGET == HWY_SCALAR
 
-Loop build() {
+Kernels kernels() {
     return reference();
 }
 
@@ -104,15 +106,59 @@ DepthRange buildLoop(std::span<const Point> points, const ClassificationLimits& 
         maximum = hn::IfThenElse(hn::Gt(lower.z, maximum), lower.z, maximum);
         maximum = hn::IfThenElse(hn::Gt(upper.z, maximum), upper.z, maximum);
     }
-    const DepthRange rest = reference()(points.subspan(i), settings,
-                                        {.depth = out.depth + i, .mask = out.mask + i, .color = out.color + 3 * i});
+    const DepthRange rest = reference().build(
+        points.subspan(i), settings, {.depth = out.depth + i, .mask = out.mask + i, .color = out.color + 3 * i});
     const auto least = static_cast<double>(hn::GetLane(hn::MinOfLanes(d, minimum)));
     const auto greatest = static_cast<double>(hn::GetLane(hn::MaxOfLanes(d, maximum)));
     return {.minimum = std::min(least + 0.0, rest.minimum), .maximum = std::max(greatest + 0.0, rest.maximum)};
 }
 
-Loop build() {
-    return buildLoop;
+void store(WordVector words, std::uint32_t* to, bool past) {
+    if (past)
+        hn::Stream(words, Words(), to);
+    else
+        hn::StoreU(words, Words(), to);
+}
+
+// Four points are five vectors. Which byte of the mask decides on each of their bytes; none on contrast and colour.
+constexpr std::uint8_t none = 0x80;
+HWY_ALIGN constexpr std::uint8_t deciders[5][16] = {
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, none, none, none, none},
+    {none, none, none, none, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {none, none, none, none, none, none, none, none, 2, 2, 2, 2, 2, 2, 2, 2},
+    {2, 2, 2, 2, none, none, none, none, none, none, none, none, 3, 3, 3, 3},
+    {3, 3, 3, 3, 3, 3, 3, 3, none, none, none, none, none, none, none, none},
+};
+
+void hideLoop(std::span<const Point> points, const std::uint8_t* mask, Point* to) {
+    static_assert(sizeof(Point) == 5 * sizeof(std::uint32_t));
+    const Words d;
+    const Bytes db;
+    const auto* from = reinterpret_cast<const std::uint32_t*>(points.data());
+    auto* out = reinterpret_cast<std::uint32_t*>(to);
+    // A cloud is larger than the caches: written past them it need not be read into them first.
+    constexpr std::size_t vectorBytes = 16;
+    const bool past = reinterpret_cast<std::uintptr_t>(out) % vectorBytes == 0;
+    const auto nan = hn::Set(d, 0x7FC00000U);
+    constexpr std::size_t step = 16;
+    std::size_t i = 0;
+    for (; i + step <= points.size(); i += step) {
+        auto hidden = hn::VecFromMask(db, hn::Ne(hn::LoadU(db, mask + i), hn::Zero(db)));
+        for (std::size_t group = 0; group < step / 4; ++group, from += 20, out += 20) {
+            for (std::size_t k = 0; k < 5; ++k) {
+                const auto where = hn::TableLookupBytesOr0(hidden, hn::Load(db, deciders[k]));
+                const auto chosen = hn::MaskFromVec(hn::BitCast(d, where));
+                store(hn::IfThenElse(chosen, nan, hn::LoadU(d, from + 4 * k)), out + 4 * k, past);
+            }
+            hidden = hn::ShiftRightBytes<4>(db, hidden);
+        }
+    }
+    hwy::FlushStream();
+    reference().hide(points.subspan(i), mask + i, to + i);
+}
+
+Kernels kernels() {
+    return {.build = buildLoop, .hide = hideLoop};
 }
 
 #endif
@@ -125,10 +171,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Vorta::RecordKernels {
 
-HWY_EXPORT(build);
+HWY_EXPORT(kernels);
 
-Loop vectorised() noexcept {
-    return HWY_DYNAMIC_DISPATCH(build)();
+Kernels vectorised() noexcept {
+    return HWY_DYNAMIC_DISPATCH(kernels)();
 }
 
 } // namespace Vorta::RecordKernels

@@ -46,17 +46,18 @@ VortaInterface::VortaInterface(Application& application, QObject* parent)
 
 VortaInterface::~VortaInterface() {
     detectionThread_.reset();
-    if (initializerThread_)
-        initializerThread_->wait();
-    if (camera_.isNull())
-        return;
-    camera_.setFrameCallback({});
+    awaitInitialization();
     if (status_.live)
         stopLive();
+    frameGate_->close([this] { QCoreApplication::removePostedEvents(this, QEvent::MetaCall); });
 }
 
 void VortaInterface::connectCamera(const ComputeDevice& device) {
+    // Boxes that are shown on the way let the event loop go on, in which a later attempt may overtake this one.
+    const unsigned attempt = ++connectAttempts_;
+    const auto overtaken = [this, attempt] { return attempt != connectAttempts_; };
     pollTimer_.stop();
+    detectionThread_.reset(); // this attempt looks for itself
     computeDevice_ = device;
     status_.connected = false;
     status_.stateFlag = false;
@@ -64,14 +65,21 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
 
     chooseDriver();
     ensureCalibrationFile();
+    if (overtaken())
+        return;
     const std::vector<Camera> cameras = application_.cameras();
     if (cameras.empty()) {
         Q_EMIT infoMessage(QStringLiteral("No camera connected"),
                            QStringLiteral("You need to connect a camera to do measurements."));
-        startDetection();
+        if (!overtaken())
+            startDetection();
         return;
     }
-    camera_ = chooseCamera(cameras);
+    const Camera chosen = chooseCamera(cameras);
+    if (overtaken())
+        return;
+    awaitInitialization();
+    camera_ = chosen;
     if (camera_.firmwareVersion() != CameraSelection::requiredFirmware) {
         runFirmwareUpdate();
         return;
@@ -132,8 +140,6 @@ Camera VortaInterface::chooseCamera(const std::vector<Camera>& cameras) {
 }
 
 void VortaInterface::startDetection() {
-    if (detectionThread_)
-        detectionThread_->wait();
     detectionThread_ = std::make_unique<VortaCameraDetectionThread>(application_, nullptr);
     connect(detectionThread_.get(), &VortaCameraDetectionThread::cameraAvailable, this,
             &VortaInterface::slotHandleFirstCameraConnected);
@@ -150,6 +156,12 @@ void VortaInterface::startInitialization() {
     initializerThread_->start();
 }
 
+/// The camera and the settings are the initializer thread's while that runs.
+void VortaInterface::awaitInitialization() {
+    if (initializerThread_)
+        initializerThread_->wait();
+}
+
 bool VortaInterface::initializeCamera(QString& errorMessage) {
     try {
         using Revision = SettingsInternal::Global::ProductRevision;
@@ -163,7 +175,8 @@ bool VortaInterface::initializeCamera(QString& errorMessage) {
         }
         camera_.connect();
         camera_.setComputeDevice(computeDevice_);
-        camera_.setFrameCallback([this](const Frame& frame) { handleFrame(frame); });
+        camera_.setFrameCallback(
+            [this, gate = frameGate_](const Frame& frame) { gate->pass([&] { handleFrame(frame); }); });
         return true;
     } catch (const std::exception& e) {
         errorMessage = QString::fromLocal8Bit(e.what());
@@ -235,13 +248,14 @@ void VortaInterface::measureHdr(const FrameSpec& spec) {
     }
     currentFrame_ = HDR::Detail::combineFrames({frames.begin(), frames.end()});
     const PointCloud combined = currentFrame_.getPointCloud();
+    // Whoever still holds the earlier record sees the points that everybody else sees.
+    record_->setPointCloud(combined);
     publishRecord(combined);
     QList<DeviceCloud> clouds;
     for (const Frame& frame : frames)
         clouds.append(frame.deviceCloud());
     Q_EMIT deviceCloudsUpdatedHDR(clouds, combined);
-    const Settings settings = camera_.settings();
-    const SettingsInternal& internal = settings.getSettingsInternal();
+    const SettingsInternal& internal = settings_.getSettingsInternal();
     if (internal.get<SettingsInternal::Camera::SaveChildMeasurements>().value() ||
         internal.get<SettingsInternal::Camera::SaveImages>().value())
         currentFrame_.getImpl().setChildFrames(frames);
@@ -252,6 +266,7 @@ void VortaInterface::startLive(const FrameSpec& spec) {
     applyExposure(spec);
     Log::info(logSource, __LINE__, "Starting live acquisition");
     camera_.startLive();
+    frameGate_->open();
     refreshStatus();
 }
 
@@ -259,6 +274,14 @@ void VortaInterface::stopLive() {
     Log::info(logSource, __LINE__, "Stopping live acquisition");
     camera_.stopLive();
     refreshStatus();
+    endFrames();
+}
+
+/// Brings the frame that may be on its way to its receivers now: later it would replace newer ones.
+void VortaInterface::endFrames() {
+    const auto deliver = [] { QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall); };
+    frameGate_->close(deliver);
+    deliver();
 }
 
 void VortaInterface::applyExposure(const FrameSpec& spec) {
@@ -278,18 +301,18 @@ void VortaInterface::applyIris(std::uint64_t iris) {
 }
 
 void VortaInterface::setSettings(const Settings& settings) {
-    {
-        const WaitCursor waitCursor;
-        settings_ = settings;
-        if (!camera_.isNull())
-            camera_.setSettings(settings_);
-    }
+    applySettings(settings);
     Q_EMIT settingsChanged(settings_);
 }
 
 void VortaInterface::setSettingsQuietly(const Settings& settings) {
     VortaQt::AppSettings::instance().saveCameraSettings(settings);
+    applySettings(settings);
+}
+
+void VortaInterface::applySettings(const Settings& settings) {
     const WaitCursor waitCursor;
+    awaitInitialization();
     settings_ = settings;
     if (!camera_.isNull())
         camera_.setSettings(settings_);
@@ -340,6 +363,7 @@ void VortaInterface::handleFrame(const Frame& frame) {
 }
 
 void VortaInterface::handleLossOfCamera() {
+    Log::warning(logSource, __LINE__, "The camera does not answer any more");
     if (!status_.stateFlag)
         return;
     try {
@@ -379,7 +403,10 @@ void VortaInterface::slotHandleFirstCameraConnected() {
 
 void VortaInterface::slotHandleCameraPollTimer() {
     const bool wasConnected = status_.connected;
+    const bool wasLive = status_.live;
     refreshStatus();
+    if (wasLive && !status_.live)
+        endFrames();
     if (status_.connected)
         return;
     if (wasConnected)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/callbackgate.h"
 #include "camera/camerastatus.h"
 #include "camera/cloudwithimagesandmask.h"
 #include "camera/framespec.h"
@@ -102,6 +103,8 @@ private:
     [[nodiscard]] Camera chooseCamera(const std::vector<Camera>& cameras);
     void startDetection();
     void startInitialization();
+    void awaitInitialization();
+    void applySettings(const Settings& settings);
     void handleLossOfCamera();
 
     void measureSingle(const FrameSpec& spec);
@@ -115,6 +118,7 @@ private:
     void changeCameraSettings(Change change);
 
     void handleFrame(const Frame& frame);
+    void endFrames();
     void publishRecord(const PointCloud& cloud);
     void refreshStatus();
 
@@ -123,8 +127,11 @@ private:
     CameraStatus status_;
     // The library's thread asks this when it delivers a frame.
     std::atomic<bool> live_{false};
+    // Open while live acquisition runs; shared with the frame callback, which the camera may keep for longer.
+    std::shared_ptr<CallbackGate> frameGate_ = std::make_shared<CallbackGate>();
     Settings settings_;
     ComputeDevice computeDevice_;
+    unsigned connectAttempts_ = 0;
     bool firstMeasurementDone_ = false;
     std::shared_ptr<CloudWithImagesAndMask> record_;
     Frame currentFrame_;

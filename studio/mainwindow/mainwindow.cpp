@@ -115,6 +115,8 @@ void MainWindow::createActions() {
     onTrigger(Id::ResetLayout, &MainWindow::resetLayout);
     onTrigger(Id::ResetView, [this] { pointCloudView_->resetView(); });
     onTrigger(Id::Grab, &MainWindow::captureSingle);
+    onTrigger(Id::Live, &MainWindow::startLive);
+    onTrigger(Id::Stop, [this] { controller_.stopLive(); });
     onTrigger(Id::DisplayRgb, &MainWindow::toggleRgb);
     onTrigger(Id::ToggleMesh, &MainWindow::toggleMeshing);
     onTrigger(Id::BackgroundColor, &MainWindow::slotSetBackgroundColor);
@@ -164,12 +166,14 @@ void MainWindow::createToolBar() {
 void MainWindow::connectController() {
     using Vorta::VortaInterface;
     connect(&controller_, &VortaInterface::statusChanged, this, &MainWindow::slotUpdateMeasurementActionsFromState);
+    connect(&controller_, &VortaInterface::statusChanged, this, &MainWindow::slotHandleStateChange);
     connect(&controller_, &VortaInterface::statusChanged, statusBar_, &Ui::StatusBar::slotSetStatus);
     connect(&controller_, &VortaInterface::temporaryStatusMessage, statusBar_, &Ui::StatusBar::slotSetTemporaryStatus);
     connect(&controller_, &VortaInterface::infoMessage, this, &MainWindow::slotShowMessage);
     connect(&controller_, &VortaInterface::warningMessage, this, &MainWindow::slotShowWarning);
     connect(&controller_, &VortaInterface::pointCloudDataUpdated, this, &MainWindow::slotHandlePointCloudDataUpdate);
     connect(&controller_, &VortaInterface::deviceCloudUpdated, this, &MainWindow::slotDeviceCloudUpdated);
+    connect(&controller_, &VortaInterface::deviceCloudsUpdatedHDR, this, &MainWindow::slotDeviceCloudsUpdatedHDR);
     connect(cameraImage_, &ImageViewer::maskUpdated, &controller_, &VortaInterface::slotHandleMaskUpdate);
     slotUpdateMeasurementActionsFromState(controller_.status());
 }
@@ -243,16 +247,38 @@ void MainWindow::slotExit() {
 }
 
 void MainWindow::captureSingle() {
+    controller_.measure(captureRequest());
+}
+
+void MainWindow::startLive() {
+    Vorta::FrameSpec spec = captureRequest();
+    spec.live = true;
+    controller_.measure(spec);
+}
+
+Vorta::FrameSpec MainWindow::captureRequest() const {
     const Vorta::Settings& settings = controller_.settings();
     Vorta::FrameSpec spec;
     spec.brightness = static_cast<float>(settings.get<Vorta::Settings::Brightness>().value());
     spec.exposureTime = settings.get<Vorta::Settings::ExposureTime>().value();
     spec.iris = settings.get<Vorta::Settings::Iris>().value();
-    controller_.measure(spec);
+    return spec;
 }
 
 void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status) {
     action(Actions::Id::Grab).setEnabled(status.connected && !status.live);
+    action(Actions::Id::Live).setEnabled(status.connected && !status.live);
+    action(Actions::Id::Stop).setEnabled(status.connected && status.live);
+}
+
+void MainWindow::slotHandleStateChange(const Vorta::CameraStatus& status) {
+    pointCloudView_->setStreaming(status.live);
+    if (status.live) {
+        pointCloudView_->setFixedSize(pointCloudView_->size());
+    } else {
+        pointCloudView_->setMinimumSize(0, 0);
+        pointCloudView_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    }
 }
 
 void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record) {
@@ -271,6 +297,18 @@ void MainWindow::slotDeviceCloudUpdated(Vorta::DeviceCloud cloud) {
     pointCloudView_->render();
     if (!controller_.status().live && controller_.record())
         refreshImages(*controller_.record());
+}
+
+void MainWindow::slotDeviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> clouds, Vorta::PointCloud pointCloud) {
+    if (controller_.status().live)
+        return;
+    if (std::exchange(firstCloud_, false)) {
+        pointCloudView_->setDeviceCloud(clouds.constFirst());
+        pointCloudView_->resetView();
+    }
+    pointCloudView_->updatePoints(pointCloud.points().data(), pointCloud.size());
+    pointCloudView_->render();
+    refreshImages(*controller_.record());
 }
 
 void MainWindow::refreshImages(const Vorta::CloudWithImagesAndMask& record) {

@@ -5,6 +5,7 @@
 #include "vorta/compute/devicecloud.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QMainWindow>
 
 #include <array>
@@ -20,7 +21,9 @@ namespace Vorta {
 class CameraStatus;
 class CloudWithImagesAndMask;
 class DX11PointCloudWidget;
+class PointCloud;
 class VortaInterface;
+struct FrameSpec;
 } // namespace Vorta
 
 namespace VortaQt {
@@ -50,8 +53,11 @@ public Q_SLOTS:
     void slotSaveSettings();
     void slotExit();
     void slotDeviceCloudUpdated(Vorta::DeviceCloud cloud);
+    void slotDeviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> clouds, Vorta::PointCloud pointCloud);
     void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record);
     void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
+    /// Keeps the 3D view at its size while live acquisition runs.
+    void slotHandleStateChange(const Vorta::CameraStatus& status);
     void restoreGeometryAndState();
     void toggleRgb();
     void toggleMeshing();
@@ -71,6 +77,8 @@ private:
     void connectController();
     void resetLayout();
     void captureSingle();
+    void startLive();
+    [[nodiscard]] Vorta::FrameSpec captureRequest() const;
     void refreshImages(const Vorta::CloudWithImagesAndMask& record);
     [[nodiscard]] QAction& action(Actions::Id id) const { return *actions_[static_cast<std::size_t>(id)]; }
 

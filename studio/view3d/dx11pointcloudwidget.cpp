@@ -73,6 +73,10 @@ void DX11PointCloudWidget::updatePoints(const Point* points, std::size_t count) 
     viewer_.updatePoints(points, count);
 }
 
+void DX11PointCloudWidget::setStreaming(bool streaming) {
+    viewer_.setStreaming(streaming);
+}
+
 void DX11PointCloudWidget::setupInitialCloud() {
     viewer_.setupInitialCloud();
     resetView();

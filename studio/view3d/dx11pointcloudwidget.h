@@ -42,6 +42,8 @@ public:
     void loadPoints(const PointCloud& cloud, bool reset);
     /// Shows new values of the points; keeps the view.
     void updatePoints(const Point* points, std::size_t count);
+    /// While clouds follow one another each is shown as fully as stays fluid.
+    void setStreaming(bool streaming);
     /// Shows that nothing has been captured yet, in the initial view.
     void setupInitialCloud();
 

@@ -24,7 +24,9 @@ CameraImpl::CameraImpl(std::shared_ptr<DriverLibrary> driver, Driver::HeadIdenti
       identity_(std::move(identity)),
       settings_(std::move(settings)) {}
 
-CameraImpl::~CameraImpl() = default; // the live session, being last, ends first
+CameraImpl::~CameraImpl() {
+    interrupt();
+}
 
 Driver::HeadIdentity CameraImpl::identity() const {
     const std::lock_guard lock(mutex_);
@@ -47,8 +49,18 @@ void CameraImpl::connect() {
     Log::info(source, __LINE__, "Connected to camera '%s'", serialNumber_);
 }
 
+void CameraImpl::interrupt() {
+    std::unique_ptr<LiveSession> live; // destroyed without the lock, since that waits for a capture
+    const std::lock_guard lock(mutex_);
+    live = std::move(live_);
+    if (live)
+        live->stop();
+    if (head_)
+        head_->cancel();
+}
+
 void CameraImpl::disconnect() {
-    takeLive().reset();
+    interrupt();
     const std::lock_guard operation(operation_);
     const std::lock_guard lock(mutex_);
     if (!head_)
@@ -119,11 +131,6 @@ void CameraImpl::stopLive() {
         live_->stop();
 }
 
-std::unique_ptr<LiveSession> CameraImpl::takeLive() {
-    const std::lock_guard lock(mutex_);
-    return std::move(live_);
-}
-
 std::chrono::microseconds CameraImpl::livePeriod() const {
     const double hertz = settings().getSettingsInternal().get<SettingsInternal::Camera::FrameRate>().value();
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::duration<double>(1.0 / hertz));
@@ -136,8 +143,9 @@ CameraState CameraImpl::state() const noexcept {
         const std::unique_lock operation(operation_, std::try_to_lock);
         const std::lock_guard lock(mutex_);
         state.opened = head_ != nullptr;
-        state.live = live_ && live_->isRunning();
         state.connected = head_ && head_->isPresent();
+        // Without its head it is over, even before the capture that is under way has noticed.
+        state.live = state.connected && live_ && live_->isRunning();
         if (state.connected && operation.owns_lock())
             temperatures_ = head_->temperatures();
         if (head_) {

@@ -36,6 +36,8 @@ void LiveSession::acquire(const std::stop_token& stop) {
             pause.wait_until(lock, stop, due, [] { return false; });
         }
     } catch (const std::exception& error) {
+        if (stop.stop_requested())
+            return; // closing the head ends a capture by failing it
         Log::error("VortaAPI/LiveSession", __LINE__, "Live acquisition has ended: %s", error.what());
         running_ = false;
     }

@@ -24,7 +24,7 @@ struct Measurement {
 };
 
 /// An open head with everything that its measurements share: patterns, rays, image memory, threads. One thread at a
-/// time, but for `isPresent`.
+/// time, but for `isPresent` and `cancel`.
 class MeasuringHead {
 public:
     /// Opens the head. Throws RuntimeException that names the serial number when it does not answer.
@@ -38,6 +38,8 @@ public:
     void saveCalibration(const Settings& settings, const std::string& path);
 
     [[nodiscard]] bool isPresent() const { return head_->isPresent(); }
+    /// Before closing: a measurement that is under way ends soon by throwing, and none begins any more.
+    void cancel() noexcept { head_->cancel(); }
     [[nodiscard]] Driver::Temperatures temperatures() const { return head_->temperatures(); }
     [[nodiscard]] std::optional<Driver::GroundTruth> groundTruth() const { return head_->groundTruth(); }
 

@@ -8,7 +8,7 @@ namespace Vorta {
 namespace {
 
 /// How many points an estimate looks at.
-constexpr std::size_t sampleSize = 50'000;
+constexpr std::size_t sampleSize = 10'000;
 
 /// The value that `share` of the values lie below; reorders them.
 double quantile(std::vector<float>& values, double share) {
@@ -61,6 +61,15 @@ void setRobustRange(CloudBounds& bounds, std::span<const CloudVertex> vertices, 
     bounds.robustMaximum[axis] = std::min(bounds.maximum[axis], high + margin);
 }
 
+bool isFinite(const Point& p) {
+    // The difference of a number and itself is 0 unless the number is infinite or not a number.
+    return (p.x - p.x) + (p.y - p.y) + (p.z - p.z) == 0.0F;
+}
+
+CloudVertex vertexOf(const Point& p) {
+    return {p.x, p.y, p.z, p.blue, p.green, p.red, p.alpha};
+}
+
 } // namespace
 
 void CloudGrid::reserve(std::size_t points, std::size_t width) {
@@ -77,14 +86,44 @@ void CloudGrid::reserve(std::size_t points, std::size_t width) {
 void CloudGrid::assign(std::span<const Point> points, std::size_t width) {
     reserve(points.size(), width);
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const Point& p = points[i];
-        // The difference of a number and itself is 0 unless the number is infinite or not a number.
-        const bool finite = (p.x - p.x) + (p.y - p.y) + (p.z - p.z) == 0.0F;
+        const bool finite = isFinite(points[i]);
         if (width_ != 0)
             cells_[i] = finite ? static_cast<std::uint32_t>(count_) : noVertex;
         if (finite)
-            vertices_[count_++] = {p.x, p.y, p.z, p.blue, p.green, p.red, p.alpha};
+            vertices_[count_++] = vertexOf(points[i]);
     }
+}
+
+/// Takes of every block the first vertex that `vertexAt(row, column)` has.
+template <class Vertex>
+void CloudGrid::takeBlocks(std::size_t height, std::size_t width, std::size_t stride, const Vertex& vertexAt) {
+    const auto anyOfBlock = [&](std::size_t row, std::size_t column) -> std::optional<CloudVertex> {
+        for (std::size_t r = row; r < std::min(row + stride, height); ++r)
+            for (std::size_t c = column; c < std::min(column + stride, width); ++c)
+                if (const std::optional<CloudVertex> vertex = vertexAt(r, c))
+                    return vertex;
+        return std::nullopt;
+    };
+    const std::size_t columns = (width + stride - 1) / stride;
+    const std::size_t rows = (height + stride - 1) / stride;
+    reserve(columns * rows, columns);
+    std::uint32_t* cell = cells_.data();
+    for (std::size_t row = 0; row < height; row += stride) {
+        for (std::size_t column = 0; column < width; column += stride, ++cell) {
+            const std::optional<CloudVertex> vertex = anyOfBlock(row, column);
+            *cell = vertex ? static_cast<std::uint32_t>(count_) : noVertex;
+            if (vertex)
+                vertices_[count_++] = *vertex;
+        }
+    }
+}
+
+void CloudGrid::sample(std::span<const Point> points, std::size_t width, std::size_t stride) {
+    takeBlocks(points.size() / width, width, stride,
+               [&](std::size_t row, std::size_t column) -> std::optional<CloudVertex> {
+                   const Point& point = points[row * width + column];
+                   return isFinite(point) ? std::optional(vertexOf(point)) : std::nullopt;
+               });
 }
 
 void CloudGrid::subsample(const CloudGrid& source, std::size_t stride) {
@@ -95,28 +134,11 @@ void CloudGrid::subsample(const CloudGrid& source, std::size_t stride) {
             vertices_[count_++] = source.vertices_[i];
         return;
     }
-    const std::size_t columns = (source.width_ + stride - 1) / stride;
-    const std::size_t rows = (source.height_ + stride - 1) / stride;
-    reserve(columns * rows, columns);
-    std::uint32_t* cell = cells_.data();
-    for (std::size_t row = 0; row < source.height_; row += stride) {
-        for (std::size_t column = 0; column < source.width_; column += stride, ++cell) {
-            const std::uint32_t vertex = source.anyOfBlock(row, column, stride);
-            *cell = vertex == noVertex ? noVertex : static_cast<std::uint32_t>(count_);
-            if (vertex != noVertex)
-                vertices_[count_++] = source.vertices_[vertex];
-        }
-    }
-}
-
-std::uint32_t CloudGrid::anyOfBlock(std::size_t row, std::size_t column, std::size_t stride) const noexcept {
-    const std::size_t lastRow = std::min(row + stride, height_);
-    const std::size_t lastColumn = std::min(column + stride, width_);
-    for (std::size_t r = row; r < lastRow; ++r)
-        for (std::size_t c = column; c < lastColumn; ++c)
-            if (const std::uint32_t vertex = cells_[r * width_ + c]; vertex != noVertex)
-                return vertex;
-    return noVertex;
+    takeBlocks(source.height_, source.width_, stride,
+               [&](std::size_t row, std::size_t column) -> std::optional<CloudVertex> {
+                   const std::uint32_t vertex = source.cells_[row * source.width_ + column];
+                   return vertex != noVertex ? std::optional(source.vertices_[vertex]) : std::nullopt;
+               });
 }
 
 CloudBounds::Vector CloudBounds::centre() const noexcept {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -34,6 +35,10 @@ public:
     /// that does not divide the number of points, they have no neighbours.
     void assign(std::span<const Point> points, std::size_t width);
 
+    /// Takes one point of every stride x stride block of `points`, which have `width` columns, as `subsample` would of
+    /// a grid of all of them. `width` divides the number of points.
+    void sample(std::span<const Point> points, std::size_t width, std::size_t stride);
+
     /// Takes one point of every stride x stride block of `source`: its first, or where that is missing another one of
     /// the block. Of points without neighbours every stride x stride-th.
     void subsample(const CloudGrid& source, std::size_t stride);
@@ -48,7 +53,8 @@ public:
 
 private:
     void reserve(std::size_t points, std::size_t width);
-    [[nodiscard]] std::uint32_t anyOfBlock(std::size_t row, std::size_t column, std::size_t stride) const noexcept;
+    template <class Vertex>
+    void takeBlocks(std::size_t height, std::size_t width, std::size_t stride, const Vertex& vertexAt);
 
     /// Only the first count_ hold points: shrinking and growing would write the memory each time.
     std::vector<CloudVertex> vertices_;

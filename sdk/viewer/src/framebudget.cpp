@@ -23,9 +23,9 @@ void FrameBudget::measured(std::size_t points, double frameMs) noexcept {
     pointNs_ += smoothing * (ns - pointNs_);
 }
 
-std::size_t FrameBudget::stride(std::size_t points) noexcept {
+std::size_t FrameBudget::stride(std::size_t points, double frameMs) noexcept {
     const double fullMs = static_cast<double>(points) * pointNs_ * 1e-6;
-    const double wanted = std::sqrt(fullMs / movingFrameMs);
+    const double wanted = std::sqrt(fullMs / frameMs);
     const auto current = static_cast<double>(stride_);
     if (wanted > current + tolerance || wanted < current - 1.0 - tolerance)
         stride_ = static_cast<std::size_t>(std::clamp(std::ceil(wanted), 1.0, static_cast<double>(coarsestStride)));

@@ -9,6 +9,8 @@ class FrameBudget {
 public:
     /// Time that a moving frame may take, ms: 40 frames per second.
     static constexpr double movingFrameMs = 25.0;
+    /// The same for a frame of a stream, whose camera and computation want the processor too, ms.
+    static constexpr double streamedFrameMs = 12.0;
     static constexpr std::size_t coarsestStride = 12;
 
     /// `pointNs`: what one point is expected to cost until frames have been measured.
@@ -20,7 +22,7 @@ public:
 
     /// Of a grid of `points`, every how manieth row and column a moving frame shows; 1 for all. Changes only when that
     /// is clearly too fine or too coarse, so that the picture does not flicker between two.
-    [[nodiscard]] std::size_t stride(std::size_t points) noexcept;
+    [[nodiscard]] std::size_t stride(std::size_t points, double frameMs = movingFrameMs) noexcept;
 
     [[nodiscard]] double pointNs() const noexcept { return pointNs_; }
 

@@ -5,6 +5,7 @@
 #include "viewgeometry.h"
 #include "vorta/common/log.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QEvent>
 #include <QtGui/QPlatformSurfaceEvent>
 
@@ -20,9 +21,6 @@ constexpr const char* logSource = "VortaViewerLib/VortaViewer";
 
 /// Rest after which the whole cloud is drawn, ms.
 constexpr int refineDelayMs = 150;
-/// Clouds that follow each other more quickly than this are drawn as moving ones, ms.
-constexpr int streamingGapMs = 700;
-constexpr int streamingClouds = 3;
 /// How many points the initial view is fitted to.
 constexpr std::size_t fitPoints = 20'000;
 /// What drawing is expected to cost on the processor until it has been measured, ns.
@@ -118,6 +116,7 @@ void VortaViewer::Impl::setTrackBall(std::shared_ptr<VTrackBall> trackball) {
 std::optional<double> VortaViewer::Impl::depthAtPixel(double x, double y) {
     if (!bounds_)
         return std::nullopt;
+    makeFullGrid();
     const auto points = static_cast<double>(full_.vertices().size());
     const auto stride = static_cast<std::size_t>(std::max(1.0, std::ceil(std::sqrt(points / pickPoints))));
     if (pickStride_ != stride) {
@@ -128,6 +127,7 @@ std::optional<double> VortaViewer::Impl::depthAtPixel(double x, double y) {
 }
 
 void VortaViewer::Impl::initializeView() {
+    makeFullGrid();
     fittedTo_.clear();
     fittedCentre_ = bounds_ ? bounds_->centre() : VTrackBall::Vector{};
     const auto vertices = full_.vertices();
@@ -159,10 +159,11 @@ void VortaViewer::Impl::setPoints(std::span<const Point> points, std::size_t wid
     if (width == 0 && points.size() == gridSize_)
         width = gridWidth_;
     source_ = PointCloud();
+    fullIsDue_ = false;
     full_.assign(points, width);
     gridSize_ = points.size();
     gridWidth_ = full_.width();
-    cloudChanged(std::nullopt);
+    cloudChanged(full_);
 }
 
 void VortaViewer::Impl::setCloud(const PointCloud& cloud) {
@@ -171,28 +172,70 @@ void VortaViewer::Impl::setCloud(const PointCloud& cloud) {
 }
 
 void VortaViewer::Impl::setDeviceCloud(const PointCloud& cloud) {
-    if (cloud.empty() || !cloud.sharesDataWith(source_))
+    if (!cloud.empty() && cloud.sharesDataWith(source_))
+        return;
+    if (streaming_ && !cloud.empty())
+        streamCloud(cloud);
+    else
         setCloud(cloud);
+}
+
+void VortaViewer::Impl::streamCloud(const PointCloud& cloud) {
+    source_ = cloud;
+    gridSize_ = cloud.size();
+    gridWidth_ = cloud.width();
+    fullIsDue_ = true;
+    const std::size_t stride = strideFor(true);
+    if (stride == 1) {
+        setCloud(cloud);
+        return;
+    }
+    coarse_.sample(cloud.points(), cloud.width(), stride);
+    cloudChanged(coarse_, stride);
+    coarseStride_ = stride;
+}
+
+void VortaViewer::Impl::makeFullGrid() {
+    if (!std::exchange(fullIsDue_, false))
+        return;
+    full_.assign(source_.points(), source_.width());
+    if (bounds_)
+        bounds_ = boundsOf(full_);
+}
+
+std::size_t VortaViewer::Impl::pointCount() const noexcept {
+    return fullIsDue_ ? source_.size() : full_.vertices().size();
+}
+
+bool VortaViewer::Impl::organised() const noexcept {
+    return fullIsDue_ || full_.organised();
 }
 
 void VortaViewer::Impl::setInitialCloud() {
     const std::vector<Point> points = makeInitialCloud();
     source_ = PointCloud();
+    fullIsDue_ = false;
     full_.assign(points, 0);
     gridSize_ = 0;
     gridWidth_ = 0;
-    cloudChanged(initialCloudSpacing);
+    cloudChanged(full_);
+    bounds_->spacing = initialCloudSpacing;
 }
 
-void VortaViewer::Impl::cloudChanged(std::optional<double> spacing) {
-    quickClouds_ = sinceCloud_.isValid() && sinceCloud_.elapsed() < streamingGapMs ? quickClouds_ + 1 : 0;
-    sinceCloud_.start();
+void VortaViewer::Impl::setStreaming(bool streaming) {
+    streaming_ = streaming;
+    if (streaming_)
+        refine_.stop();
+    else if (shown_ && shown_->detail == CloudDetail::Coarse)
+        refine_.start();
+}
+
+void VortaViewer::Impl::cloudChanged(const CloudGrid& grid, std::size_t stride) {
     shown_.reset();
     bounds_.reset();
-    if (!full_.vertices().empty()) {
-        bounds_ = boundsOf(full_);
-        if (spacing)
-            bounds_->spacing = *spacing;
+    if (!grid.vertices().empty()) {
+        bounds_ = boundsOf(grid);
+        bounds_->spacing /= static_cast<double>(stride);
         trackball_->setCentre(bounds_->centre());
     }
     coarseStride_ = 0;
@@ -204,15 +247,15 @@ void VortaViewer::Impl::cloudChanged(std::optional<double> spacing) {
 }
 
 bool VortaViewer::Impl::render() {
-    const bool moving = quickClouds_ >= streamingClouds || resized_ || trackball_->movements() != movementsDrawn_;
+    const bool moving = streaming_ || resized_ || trackball_->movements() != movementsDrawn_;
     return drawFrame(moving);
 }
 
 std::size_t VortaViewer::Impl::strideFor(bool moving) {
     if (!moving)
         return 1;
-    FrameBudget& budget = meshed_ && full_.organised() ? meshBudget_ : pointBudget_;
-    return budget.stride(full_.vertices().size());
+    FrameBudget& budget = meshed_ && organised() ? meshBudget_ : pointBudget_;
+    return budget.stride(pointCount(), streaming_ ? FrameBudget::streamedFrameMs : FrameBudget::movingFrameMs);
 }
 
 bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
@@ -236,7 +279,7 @@ bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
         FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
         budget.measured(drawn.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
     }
-    if (stride > 1)
+    if (stride > 1 && !streaming_)
         refine_.start();
     return true;
 }
@@ -251,6 +294,8 @@ bool VortaViewer::Impl::contextLost() {
 
 bool VortaViewer::Impl::prepare(CloudDetail detail, std::size_t stride) {
     const bool whole = detail == CloudDetail::Full;
+    if (whole || coarseStride_ != stride)
+        makeFullGrid();
     if (!whole && coarseStride_ != stride) {
         coarse_.subsample(full_, stride);
         coarseStride_ = stride;
@@ -277,7 +322,7 @@ bool VortaViewer::Impl::prepare(CloudDetail detail, std::size_t stride) {
 
 FrameSettings VortaViewer::Impl::frameSettings(CloudDetail detail) const {
     FrameSettings frame{.detail = detail,
-                        .meshed = meshed_ && full_.organised(),
+                        .meshed = meshed_ && organised(),
                         .colored = colored_,
                         .background = background_,
                         .eye = eyeMatrix(*trackball_)};

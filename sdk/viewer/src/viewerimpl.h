@@ -6,7 +6,6 @@
 #include "vorta/viewer/vortaviewer.h"
 #include "vorta/viewer/vtrackball.h"
 
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
@@ -40,6 +39,7 @@ public:
     void setCloud(const PointCloud& cloud);
     void setDeviceCloud(const PointCloud& cloud);
     void setInitialCloud();
+    void setStreaming(bool streaming);
 
     void enableColors(bool enabled) { colored_ = enabled; }
     void enableMeshing(bool enabled) { meshed_ = enabled; }
@@ -54,7 +54,12 @@ public:
 private:
     bool ensureRenderer();
     void releaseRenderer();
-    void cloudChanged(std::optional<double> spacing);
+    void streamCloud(const PointCloud& cloud);
+    void makeFullGrid();
+    [[nodiscard]] std::size_t pointCount() const noexcept;
+    [[nodiscard]] bool organised() const noexcept;
+    /// `grid` holds every `stride`-th row and column of the new cloud.
+    void cloudChanged(const CloudGrid& grid, std::size_t stride = 1);
     void fitView();
     [[nodiscard]] bool drawFrame(bool moving, bool uncovered = false);
     [[nodiscard]] bool contextLost();
@@ -79,6 +84,8 @@ private:
     CloudGrid pick_;
     std::size_t coarseStride_ = 0;
     std::size_t pickStride_ = 0;
+    /// Whether full_ is still to be made of source_: of a stream only what is drawn is taken.
+    bool fullIsDue_ = false;
     /// What full_ was made of, kept so that the same cloud is not taken in twice; empty for points without an owner.
     PointCloud source_;
     /// Size and columns of the newest grid.
@@ -103,9 +110,7 @@ private:
     bool resized_ = false;
     /// What the window shows; nothing when it shows another cloud or size.
     std::optional<FrameSettings> shown_;
-    QElapsedTimer sinceCloud_;
-    /// How many clouds have followed quickly on one another.
-    int quickClouds_ = 0;
+    bool streaming_ = false;
     QTimer refine_;
 };
 

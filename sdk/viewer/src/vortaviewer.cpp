@@ -71,6 +71,10 @@ void VortaViewer::updatePoints(const Point* points, std::size_t count, std::size
     impl_->setPoints({points, count}, width);
 }
 
+void VortaViewer::setStreaming(bool streaming) {
+    impl_->setStreaming(streaming);
+}
+
 void VortaViewer::setupInitialCloud() {
     impl_->setInitialCloud();
 }

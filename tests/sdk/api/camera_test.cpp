@@ -11,14 +11,17 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <future>
 #include <thread>
 
 namespace Vorta {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::AnyOf;
 using Testing::driverPath;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using Testing::VirtualHeads;
 
 constexpr double unknown = -300.0;
@@ -349,6 +352,38 @@ TEST_F(CameraTest, VanishesInTheMiddleOfACapture) {
                         static_cast<void>(large.capture());
                 }),
                 HasSubstr("Camera 'T-2' has vanished: "));
+}
+
+TEST_F(CameraTest, DisconnectingEndsACaptureThatWouldTakeForEver) {
+    heads.plug({.serialNumber = "T-1", .faults = "delay: 100000"});
+    camera.connect();
+    // Whether the capture has begun by then or not, it ends.
+    auto ended = std::async(std::launch::async, [this] {
+        return messageOf<Exception>([this] { static_cast<void>(camera.capture()); });
+    });
+    camera.disconnect();
+    EXPECT_THAT(ended.get(), AnyOf(HasSubstr("The head 'T-1' is being closed."), HasSubstr("is not connected.")));
+    EXPECT_FALSE(camera.state().opened);
+
+    heads.plug({.serialNumber = "T-1"});
+    camera.connect();
+    EXPECT_FALSE(camera.capture().isNull());
+}
+
+TEST_F(CameraTest, DisconnectingEndsLiveThatWouldTakeForEver) {
+    heads.plug({.serialNumber = "T-1", .faults = "delay: 100000"});
+    camera.connect();
+    camera.startLive();
+    EXPECT_TRUE(camera.state().live);
+    std::vector<std::string> errors;
+    application.getImpl().setLogCallback([&](const Log::Event& event) {
+        if (event.getSeverity() == Log::Severity::Error)
+            errors.push_back(event.getMessage());
+    });
+    camera.disconnect();
+    application.getImpl().setLogCallback({});
+    EXPECT_THAT(errors, IsEmpty()) << "it ended because it was asked to";
+    EXPECT_FALSE(camera.state().live);
 }
 
 TEST_F(CameraTest, MayBeUsedFromManyThreads) {

@@ -112,6 +112,19 @@ TEST_F(FaultyHead, EndsWaitingWhenItIsUnplugged) {
     }
 }
 
+TEST_F(FaultyHead, EndsWaitingWhenItIsAboutToBeClosed) {
+    for (const char* faults : {"stopAfterImages: 0, timeout: 100000", "delay: 100000"}) {
+        plug(faults);
+        open();
+        auto waiting = std::async(std::launch::async, [this] { return capture(); });
+        head_->cancel();
+        EXPECT_EQ(waiting.get(), "The head 'A' is being closed.");
+        EXPECT_EQ(capture(), "The head 'A' is being closed.") << "no capture begins any more";
+        EXPECT_TRUE(head_->isPresent());
+        head_.reset();
+    }
+}
+
 TEST_F(FaultyHead, IsSlowWhenAskedTo) {
     plug("delay: 0.05");
     open();

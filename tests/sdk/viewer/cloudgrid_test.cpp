@@ -83,18 +83,23 @@ TEST(CloudGrid, SubsamplesOnePointOfEveryBlock) {
         points[gone].z = nan;
     CloudGrid full;
     full.assign(points, 4);
-    CloudGrid coarse;
-    coarse.subsample(full, 2);
-    EXPECT_EQ(coarse.width(), 2U);
-    EXPECT_EQ(coarse.height(), 3U);
-    const std::vector<std::uint32_t> cells(coarse.cells().begin(), coarse.cells().end());
-    EXPECT_EQ(cells, (std::vector<std::uint32_t>{0, 1, 2, CloudGrid::noVertex, 3, 4}));
-    EXPECT_EQ(coarse.vertices()[0].x, 1.0F);
-    EXPECT_EQ(coarse.vertices()[0].y, 0.0F);
-    EXPECT_EQ(coarse.vertices()[2].x, 0.0F);
-    EXPECT_EQ(coarse.vertices()[2].y, 2.0F);
-    EXPECT_EQ(coarse.vertices()[4].x, 2.0F);
-    EXPECT_EQ(coarse.vertices()[4].y, 4.0F);
+    for (const bool ofTheGrid : {true, false}) {
+        CloudGrid coarse;
+        if (ofTheGrid)
+            coarse.subsample(full, 2);
+        else
+            coarse.sample(points, 4, 2);
+        EXPECT_EQ(coarse.width(), 2U);
+        EXPECT_EQ(coarse.height(), 3U);
+        const std::vector<std::uint32_t> cells(coarse.cells().begin(), coarse.cells().end());
+        EXPECT_EQ(cells, (std::vector<std::uint32_t>{0, 1, 2, CloudGrid::noVertex, 3, 4}));
+        EXPECT_EQ(coarse.vertices()[0].x, 1.0F);
+        EXPECT_EQ(coarse.vertices()[0].y, 0.0F);
+        EXPECT_EQ(coarse.vertices()[2].x, 0.0F);
+        EXPECT_EQ(coarse.vertices()[2].y, 2.0F);
+        EXPECT_EQ(coarse.vertices()[4].x, 2.0F);
+        EXPECT_EQ(coarse.vertices()[4].y, 4.0F);
+    }
 }
 
 TEST(CloudGrid, SubsamplesPointsWithoutNeighboursEvenly) {

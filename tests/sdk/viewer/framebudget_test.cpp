@@ -17,6 +17,8 @@ TEST(FrameBudget, CoarsensByTheSquareRootOfWhatIsTooMuch) {
     EXPECT_EQ(FrameBudget(100.0).stride(1'000'000), 2U);
     // 2.3 M take 9.2 times the budget.
     EXPECT_EQ(FrameBudget(100.0).stride(2'300'000), 4U);
+    // In 12 ms fits an eighth of 1 M.
+    EXPECT_EQ(FrameBudget(100.0).stride(1'000'000, FrameBudget::streamedFrameMs), 3U);
     EXPECT_EQ(FrameBudget(1e9).stride(2'300'000), FrameBudget::coarsestStride);
 }
 

@@ -1,8 +1,8 @@
 // Linked into the program under test beside its own main(): tells on standard output what a person would see and obeys
 // commands on standard input. The program itself is the real one.
 //
-// Tells:  "window <title>", "box <title>|<text>|<buttons>", "connected", "points <count>"
-// Obeys:  "accept" (press the box's default button), "throw", "throw-int", "grab", "close", "quit", "locale"
+// Tells:  "window <title>", "box <title>|<text>|<buttons>", "connected", "live"
+// Obeys:  "accept" (press the box's default button), "throw", "throw-int", "grab", "live", "close", "quit", "locale"
 
 #include "camera/vortainterface.h"
 #include "mainwindow/mainwindow.h"
@@ -93,6 +93,12 @@ private:
             if (canGrab_)
                 tell(QStringLiteral("connected"));
         }
+        auto* stop = window_->findChild<QAction*>(QStringLiteral("actionStop"));
+        if (stop && stop->isEnabled() != canStop_) {
+            canStop_ = stop->isEnabled();
+            if (canStop_)
+                tell(QStringLiteral("live"));
+        }
     }
 
     void lookAtBox() {
@@ -117,6 +123,8 @@ private:
             throw 42;
         else if (command == "grab" && window_)
             window_->findChild<QAction*>(QStringLiteral("actionGrab"))->trigger();
+        else if (command == "live" && window_)
+            window_->findChild<QAction*>(QStringLiteral("actionLive"))->trigger();
         else if (command == "close" && window_)
             window_->close();
         else if (command == "quit")
@@ -132,6 +140,7 @@ private:
     QPointer<QMessageBox> box_;
     QPointer<MainWindow> window_;
     bool canGrab_ = false;
+    bool canStop_ = false;
 };
 
 void observe() {

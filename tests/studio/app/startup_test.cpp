@@ -41,6 +41,32 @@ TEST_F(Startup, ConnectsAndEndsWithTheWindow) {
     EXPECT_EQ(studio.exitCode(), 0);
 }
 
+TEST_F(Startup, EndsWithTheWindowWhileItConnects) {
+    StudioProcess studio(home_.path());
+    ASSERT_FALSE(studio.waitForLine("window").isEmpty());
+    studio.command("close");
+    EXPECT_EQ(studio.exitCode(), 0);
+}
+
+TEST_F(Startup, EndsWithTheWindowWhileItSearches) {
+    heads_.unplug("T-0001");
+    StudioProcess studio(home_.path());
+    ASSERT_FALSE(studio.waitForLine("box").isEmpty());
+    studio.command("accept");
+    studio.command("close");
+    EXPECT_EQ(studio.exitCode(), 0);
+}
+
+TEST_F(Startup, EndsWithTheWindowInTheMiddleOfALiveCaptureThatTakesForEver) {
+    StudioProcess studio(home_.path());
+    ASSERT_FALSE(studio.waitForLine("connected").isEmpty());
+    studio.command("live");
+    ASSERT_EQ(studio.waitForLine("live"), "live");
+    heads_.plug({.serialNumber = "T-0001", .faults = "delay: 100000"});
+    studio.command("close");
+    EXPECT_EQ(studio.exitCode(), 0);
+}
+
 TEST_F(Startup, NumbersHaveADecimalPointWhateverTheUsersLocale) {
     qputenv("LC_ALL", "de_DE.UTF-8");
     StudioProcess studio(home_.path());

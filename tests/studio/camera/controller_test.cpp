@@ -1,60 +1,16 @@
-#include "camera/metatypes.h"
-#include "camera/vortainterface.h"
-#include "services/appsettings.h"
+#include "studio/camera/controllerfixture.h"
 #include "support/modaldriver.h"
-#include "support/virtualhead.h"
-#include "support/widgets.h"
-#include "vorta/api/application.h"
 #include "vorta/common/exceptions.h"
 
-#include <QSignalSpy>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <cstring>
 
 namespace {
 
 using namespace Vorta;
 using Vorta::Test::waitFor;
-using namespace std::chrono_literals;
 
-class Controller : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        qRegisterMetaType<CameraStatus>("Vorta::CameraStatus");
-        qRegisterMetaType<DeviceCloud>("Vorta::DeviceCloud");
-        qRegisterMetaType<std::shared_ptr<CloudWithImagesAndMask>>("std::shared_ptr<Vorta::CloudWithImagesAndMask>");
-    }
-
-    void start() {
-        controller_ = std::make_unique<VortaInterface>(application_, nullptr);
-        infos_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::infoMessage);
-        records_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::pointCloudDataUpdated);
-        controller_->connectCamera(ComputeDevice{});
-    }
-
-    bool becomesConnected() {
-        return waitFor([this] { return controller_->status().connected; }, 20'000);
-    }
-
-    static FrameSpec spec() {
-        FrameSpec result;
-        result.brightness = 0.75F;
-        result.exposureTime = 9000us;
-        result.iris = 29;
-        return result;
-    }
-
-    QTemporaryDir folder_;
-    Testing::VirtualHeads heads_{{.serialNumber = "T-1"}};
-    VortaQt::AppSettings preferences_{nullptr};
-    Application application_;
-    std::unique_ptr<VortaInterface> controller_;
-    std::unique_ptr<QSignalSpy> infos_;
-    std::unique_ptr<QSignalSpy> records_;
-};
+class Controller : public Vorta::Test::ControllerTest {};
 
 TEST_F(Controller, ConnectsThePluggedInHeadWithoutAWord) {
     start();
@@ -251,7 +207,6 @@ TEST_F(Controller, StoredSettingsAreTheControllersAtStart) {
     preferences_.saveCameraSettings(stored);
     start();
     EXPECT_EQ(controller_->settings().getString("Iris"), "17");
-    preferences_.saveCameraSettings(Settings{});
 }
 
 } // namespace

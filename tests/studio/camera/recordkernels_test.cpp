@@ -1,7 +1,9 @@
 #include "camera/recordkernels.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
 #include <limits>
@@ -69,8 +71,8 @@ std::vector<Point> awkwardPoints(std::size_t size, unsigned seed) {
 void expectSameBits(const std::vector<Point>& points, const ClassificationLimits& limits) {
     Output expected(points.size());
     Output actual(points.size());
-    expected.range = RecordKernels::reference()(points, limits, expected.images());
-    actual.range = RecordKernels::vectorised()(points, limits, actual.images());
+    expected.range = RecordKernels::reference().build(points, limits, expected.images());
+    actual.range = RecordKernels::vectorised().build(points, limits, actual.images());
     EXPECT_EQ(bits(actual.depth), bits(expected.depth));
     EXPECT_EQ(actual.mask, expected.mask);
     EXPECT_EQ(actual.color, expected.color);
@@ -79,6 +81,44 @@ void expectSameBits(const std::vector<Point>& points, const ClassificationLimits
     EXPECT_EQ(actual.mask.back(), 0xA5) << "written beyond the end";
     EXPECT_EQ(actual.color.back(), 0x5A) << "written beyond the end";
     EXPECT_EQ(actual.depth.back(), -77.0F) << "written beyond the end";
+}
+
+std::vector<std::uint32_t> words(const std::vector<Point>& points) {
+    std::vector<std::uint32_t> result(5 * points.size());
+    std::memcpy(result.data(), points.data(), points.size() * sizeof(Point));
+    return result;
+}
+
+/// Masks `size` points into memory that begins `shift` points behind an aligned one.
+std::vector<std::uint32_t> hide(const RecordKernels::Kernels& kernels, std::size_t size, std::size_t shift) {
+    const std::vector<Point> points = awkwardPoints(size, static_cast<unsigned>(size));
+    std::mt19937 random(static_cast<unsigned>(size));
+    std::vector<std::uint8_t> mask(size);
+    for (std::uint8_t& byte : mask)
+        byte = static_cast<std::uint8_t>(random() % 2 == 0 ? 0 : random() % 256);
+    std::vector<Point> masked(shift + size + 1, Point{.x = -7.0F, .y = -7.0F, .z = -7.0F, .contrast = -7.0F});
+    kernels.hide(points, mask.data(), masked.data() + shift);
+    return words(masked);
+}
+
+TEST(RecordKernels, HidesWhatTheMaskMarks) {
+    const std::vector<Point> points(3, Point{.x = 1.0F, .y = 2.0F, .z = 3.0F, .contrast = 4.0F, .blue = 5, .alpha = 6});
+    std::vector<Point> masked(3);
+    constexpr std::array<std::uint8_t, 3> mask{0, 5, 255};
+    RecordKernels::reference().hide(points, mask.data(), masked.data());
+    const std::vector<std::uint32_t> visible{0x3F800000U, 0x40000000U, 0x40400000U, 0x40800000U, 0x06000005U};
+    const std::vector<std::uint32_t> hidden{0x7FC00000U, 0x7FC00000U, 0x7FC00000U, 0x40800000U, 0x06000005U};
+    std::vector<std::uint32_t> expected = visible;
+    expected.insert(expected.end(), hidden.begin(), hidden.end());
+    expected.insert(expected.end(), hidden.begin(), hidden.end());
+    EXPECT_EQ(words(masked), expected);
+}
+
+TEST(RecordKernels, VectorCodeHidesTheSameForEveryLengthAndPlace) {
+    for (std::size_t size = 0; size <= 70; ++size)
+        for (const std::size_t shift : {0U, 1U, 4U})
+            EXPECT_EQ(hide(RecordKernels::vectorised(), size, shift), hide(RecordKernels::reference(), size, shift))
+                << size << " points, " << shift << " behind";
 }
 
 TEST(RecordKernels, VectorCodeGivesTheReferencesBitsForEveryLength) {
@@ -106,6 +146,7 @@ TEST(RecordKernels, EveryInstructionSetOfThisProcessorGivesTheReferencesBits) {
     for (std::uint64_t rest = targets; rest != 0; rest &= rest - 1) {
         hwy::SetSupportedTargetsForTest(static_cast<std::int64_t>(rest & (~rest + 1)));
         expectSameBits(awkwardPoints(1003, 3), {.contrastThreshold = 5.0F, .minZ = 0.0F, .maxZ = 1500.0F});
+        EXPECT_EQ(hide(RecordKernels::vectorised(), 1003, 0), hide(RecordKernels::reference(), 1003, 0));
         ++tried;
     }
     hwy::SetSupportedTargetsForTest(0);
@@ -117,7 +158,7 @@ TEST(RecordKernels, ZerosOfEitherSignMakeAPositiveZero) {
     for (std::size_t i = 0; i < points.size(); ++i)
         points[i].z = i % 2 == 0 ? 0.0F : -0.0F;
     Output out(points.size());
-    const DepthRange range = RecordKernels::vectorised()(points, {}, out.images());
+    const DepthRange range = RecordKernels::vectorised().build(points, {}, out.images());
     EXPECT_EQ(std::bit_cast<std::uint64_t>(range.minimum), 0U);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(range.maximum), 0U);
 }

@@ -18,6 +18,8 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+
 namespace {
 
 using namespace Vorta;
@@ -132,6 +134,53 @@ TEST_F(Window, FailedCaptureLeavesTheCursorAndTheRecordAlone) {
     EXPECT_ANY_THROW(controller_.measure(FrameSpec{}));
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
     EXPECT_EQ(controller_.record(), record);
+}
+
+TEST_F(Window, LiveLeavesStopAloneAndKeepsTheViewsSize) {
+    show();
+    EXPECT_TRUE(action("actionLive").isEnabled());
+    EXPECT_FALSE(action("actionStop").isEnabled());
+    std::atomic<int> frames{0};
+    QObject::connect(
+        &controller_, &VortaInterface::measurementUpdated, &controller_, [&frames] { ++frames; }, Qt::DirectConnection);
+    action("actionLive").trigger();
+    EXPECT_TRUE(action("actionStop").isEnabled());
+    for (const char* name : {"actionGrab", "actionHDR", "actionLive"})
+        EXPECT_FALSE(action(name).isEnabled()) << name;
+    QWidget& view = *window_.centralWidget();
+    EXPECT_EQ(view.minimumSize(), view.size());
+    EXPECT_EQ(view.maximumSize(), view.size());
+    EXPECT_TRUE(waitFor([&] { return frames >= 3; }, 60'000));
+
+    action("actionStop").trigger();
+    EXPECT_FALSE(action("actionStop").isEnabled());
+    EXPECT_TRUE(action("actionGrab").isEnabled());
+    EXPECT_TRUE(action("actionLive").isEnabled());
+    EXPECT_EQ(view.minimumSize(), QSize(0, 0));
+    EXPECT_EQ(view.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+}
+
+TEST_F(Window, LostHeadEndsLiveInTheWindowToo) {
+    show();
+    action("actionLive").trigger();
+    heads_.unplug("T-1");
+    controller_.slotHandleCameraPollTimer();
+    for (const char* name : {"actionGrab", "actionHDR", "actionLive", "actionStop"})
+        EXPECT_FALSE(action(name).isEnabled()) << name;
+    EXPECT_EQ(window_.centralWidget()->minimumSize(), QSize(0, 0));
+}
+
+TEST_F(Window, HdrFillsTheViews) {
+    show();
+    auto& cameraImage = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    const QImage before = Vorta::Test::grabFromScreen(cameraImage);
+    const QImage viewBefore = Vorta::Test::grabFromScreen(*window_.centralWidget());
+    FrameSpec spec;
+    spec.irisHDRValues = {31, 12};
+    controller_.measure(spec);
+    EXPECT_TRUE(action("actionSave").isEnabled());
+    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
+    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
 }
 
 TEST_F(Window, ViewMenuHidesAndShowsADock) {

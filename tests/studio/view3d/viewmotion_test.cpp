@@ -45,6 +45,24 @@ TEST(ViewMotion, AMovingPictureHasNoHoles) {
     }
 }
 
+TEST(ViewMotion, EndOfAStreamShowsItsLastCloudWhole) {
+    Scene scene;
+    ASSERT_TRUE(scene.view().initialise());
+    const PointCloud cloud = makeLargeFlag();
+    scene.view().loadPoints(cloud, true);
+    ASSERT_TRUE(scene.comesToShow(150, 200, red));
+    const QImage whole = scene.view().grab().toImage();
+
+    scene.view().setStreaming(true);
+    for (const float nearLeft : {10.0F, 40.0F}) {
+        scene.view().setDeviceCloud(Vorta::DeviceCloud(scene.view().computeDevice(), makeFlag(900, 1458, nearLeft)));
+        EXPECT_TRUE(scene.view().render());
+        EXPECT_EQ(scene.screen().pixel(150, 200), red) << "each cloud is shown at once";
+    }
+    scene.view().setStreaming(false);
+    EXPECT_TRUE(scene.comesToShow(whole, 60));
+}
+
 TEST(ViewMotion, ZoomKeepsWhatIsBelowTheCursor) {
     Scene scene;
     ASSERT_TRUE(scene.view().initialise());

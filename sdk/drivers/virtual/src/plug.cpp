@@ -4,10 +4,7 @@
 #include "vorta/common/log.h"
 #include "vorta/yaml/words.h"
 
-#include <algorithm>
-#include <chrono>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace Vorta::Virtual {
@@ -72,13 +69,6 @@ void Plug::require() const {
 
 Faults Plug::faults() const {
     return now().faults;
-}
-
-void Plug::wait(double seconds) const {
-    using Clock = std::chrono::steady_clock;
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-    for (require(); Clock::now() < end; require())
-        std::this_thread::sleep_until(std::min(end, Clock::now() + std::chrono::milliseconds(10)));
 }
 
 } // namespace Vorta::Virtual

@@ -5,8 +5,10 @@
 
 #include <boost/format.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace Vorta::Virtual {
@@ -72,15 +74,29 @@ void VirtualHead::configure(const Driver::HeadConfiguration& c) {
     configuration_ = c;
 }
 
+void VirtualHead::requireUse() const {
+    plug_->require();
+    if (cancelled_)
+        throw RuntimeException("The head " + inQuotes(description_.identity.serialNumber) + " is being closed.");
+}
+
+void VirtualHead::wait(double seconds) const {
+    using Steady = std::chrono::steady_clock;
+    const auto end =
+        Steady::now() + std::chrono::duration_cast<Steady::duration>(std::chrono::duration<double>(seconds));
+    for (requireUse(); Steady::now() < end; requireUse())
+        std::this_thread::sleep_until(std::min(end, Steady::now() + std::chrono::milliseconds(10)));
+}
+
 // Throws what goes wrong with the next capture, if anything.
 void VirtualHead::fail(const Driver::PatternSequence& sequence) const {
     const Faults faults = plug_->faults();
     if (!faults.capture.empty() && captures_ >= faults.afterCaptures)
         throw RuntimeException(faults.capture);
-    plug_->wait(faults.delayS);
+    wait(faults.delayS);
     if (!faults.stopAfterImages || *faults.stopAfterImages >= sequence.patterns.size())
         return;
-    plug_->wait(faults.timeoutS);
+    wait(faults.timeoutS);
     throw RuntimeException((boost::format("The head '%s' delivered %d of %d images and then none for %g s.") %
                             description_.identity.serialNumber % *faults.stopAfterImages % sequence.patterns.size() %
                             faults.timeoutS)
@@ -104,11 +120,11 @@ void VirtualHead::prepareSimulation() {
 }
 
 void VirtualHead::acquire(const Driver::PatternSequence& sequence, Driver::ImageStack& images) {
-    plug_->require();
+    requireUse();
     fail(sequence);
     prepareSimulation();
-    simulation_->acquire(configuration_, sequence, images, [this] { plug_->require(); });
-    plug_->require();
+    simulation_->acquire(configuration_, sequence, images, [this] { requireUse(); });
+    requireUse();
     ++captures_;
 }
 

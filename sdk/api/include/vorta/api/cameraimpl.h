@@ -61,8 +61,8 @@ public:
 private:
     [[nodiscard]] Frame measure();
     [[nodiscard]] std::chrono::microseconds livePeriod() const;
-    /// Hands the session over for the caller to destroy without a lock, since that waits for a capture.
-    [[nodiscard]] std::unique_ptr<LiveSession> takeLive();
+    /// Ends what the head is busy with, on whatever thread, and waits for live acquisition to end.
+    void interrupt();
 
     const std::shared_ptr<DriverLibrary> driver_;
     const std::string serialNumber_;

@@ -79,6 +79,10 @@ public:
     /// The same for new values of the points shown.
     void updatePoints(const Point* points, std::size_t count, std::size_t width = 0);
 
+    /// On: clouds follow one another, and frames show as much of each as can be drawn fluidly. Off, the initial state:
+    /// a cloud is shown whole unless the view moves.
+    void setStreaming(bool streaming);
+
     /// Shows a ruled table with three axes, which says that nothing has been captured yet. x is red, y green, z blue.
     void setupInitialCloud();
 

@@ -23,7 +23,7 @@
 namespace Vorta::Driver {
 
 /// Grows with every change to this interface; the library refuses plug-ins that were built for another one.
-inline constexpr std::uint32_t interfaceVersion = 2;
+inline constexpr std::uint32_t interfaceVersion = 3;
 
 /// What a driver is told before it is asked for heads.
 struct DriverConfiguration {
@@ -118,6 +118,10 @@ public:
 
     /// Projects the sequence and writes one image per pattern into `images`, which is resized as needed.
     virtual void acquire(const PatternSequence& sequence, ImageStack& images) = 0;
+
+    /// The head is about to be closed: an `acquire` that is under way ends soon by throwing, a later one at once. May be
+    /// called from any thread. Heads that never keep their caller waiting need not do anything.
+    virtual void cancel() noexcept {}
 
     /// What this head replays; empty for heads that measure.
     [[nodiscard]] virtual std::optional<Recording> recording() const { return std::nullopt; }

@@ -23,9 +23,6 @@ public:
     /// As the file states them now. A file that has become unusable is logged; the earlier ones then stay.
     [[nodiscard]] Faults faults() const;
 
-    /// Returns after so many seconds. Throws as `require` does as soon as the head is unplugged.
-    void wait(double seconds) const;
-
 private:
     struct State {
         Faults faults;

@@ -5,6 +5,7 @@
 #include "vorta/virtual/plug.h"
 #include "vorta/virtual/simulation.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -43,11 +44,16 @@ public:
     /// The first call traces the scene. Throws RuntimeException when the head is unplugged or a fault is asked for.
     void acquire(const Driver::PatternSequence& sequence, Driver::ImageStack& images) override;
 
+    void cancel() noexcept override { cancelled_ = true; }
+
     [[nodiscard]] std::optional<Driver::GroundTruth> groundTruth() const override;
 
 private:
     [[nodiscard]] bool tellsItsOptics() const { return description_.identity.productRevision == "Rev3"; }
     [[nodiscard]] Driver::Temperatures temperaturesNow() const;
+    /// Throws RuntimeException that says why when a capture cannot go on.
+    void requireUse() const;
+    void wait(double seconds) const;
     void fail(const Driver::PatternSequence& sequence) const;
     void prepareSimulation();
 
@@ -61,6 +67,7 @@ private:
     std::optional<Simulation> simulation_;
     double opticsTemperature_ = 0.0; // that of the simulation's geometry
     std::uint64_t captures_ = 0;     // that succeeded
+    std::atomic<bool> cancelled_{false};
 };
 
 } // namespace Vorta::Virtual

@@ -1,0 +1,185 @@
+#include "studio/camera/controllerfixture.h"
+
+#include "vorta/common/exceptions.h"
+
+#include <fstream>
+#include <future>
+#include <mutex>
+#include <unistd.h>
+
+namespace {
+
+using namespace Vorta;
+using Vorta::Test::LoggedTexts;
+using Vorta::Test::waitFor;
+
+class Live : public Vorta::Test::ControllerTest {
+protected:
+    void startLive() {
+        controller_->measure(liveSpec());
+        ASSERT_TRUE(controller_->status().live);
+    }
+
+    bool delivers(int more) {
+        const int before = clouds_->count();
+        return waitFor([&] { return clouds_->count() >= before + more; }, 60'000);
+    }
+
+    /// What the poll timer does, without waiting for it.
+    void poll() { controller_->slotHandleCameraPollTimer(); }
+};
+
+TEST_F(Live, FirstStartMakesOneSingleCapture) {
+    startConnected();
+    LoggedTexts log(application_);
+    startLive();
+    EXPECT_EQ(records_->count(), 1);
+    EXPECT_EQ(log.count("Starting live acquisition"), 1);
+    EXPECT_TRUE(statuses_->last().at(0).value<CameraStatus>().live);
+    EXPECT_EQ(camera().settings().getString("Brightness"), "0.75");
+
+    controller_->stopLive();
+    EXPECT_EQ(log.count("Stopping live acquisition"), 1);
+    EXPECT_FALSE(controller_->status().live);
+    EXPECT_TRUE(controller_->status().connected);
+    EXPECT_FALSE(statuses_->last().at(0).value<CameraStatus>().live);
+    const int records = records_->count();
+    startLive();
+    EXPECT_EQ(records_->count(), records) << "only the first start captures by itself";
+}
+
+TEST_F(Live, StartAfterAMeasurementCapturesNothing) {
+    startConnected();
+    controller_->measure(spec());
+    ASSERT_EQ(records_->count(), 1);
+    startLive();
+    EXPECT_EQ(records_->count(), 1);
+}
+
+TEST_F(Live, FramesReachTheViewAndBecomeNoRecords) {
+    startConnected();
+    startLive();
+    const auto record = controller_->record();
+    EXPECT_TRUE(delivers(5));
+    EXPECT_EQ(records_->count(), 1);
+    EXPECT_EQ(controller_->record(), record);
+    const auto cloud = clouds_->last().at(0).value<DeviceCloud>().copyToCPU();
+    EXPECT_NEAR(cloud(75, 121).z, 700.0F, 1.0F);
+}
+
+TEST_F(Live, SingleCaptureMeanwhileIsRefused) {
+    startConnected();
+    startLive();
+    EXPECT_THROW(controller_->measure(spec()), LogicException);
+    EXPECT_TRUE(delivers(2)) << "live goes on";
+}
+
+TEST_F(Live, NothingArrivesAfterTheStop) {
+    startConnected();
+    startLive();
+    ASSERT_TRUE(delivers(2));
+    controller_->stopLive();
+    controller_->measure(spec());
+    const auto record = controller_->record();
+    const int clouds = clouds_->count();
+    EXPECT_FALSE(waitFor([&] { return clouds_->count() != clouds || controller_->record() != record; }, 300))
+        << "a late frame replaces the newer capture";
+}
+
+TEST_F(Live, ControllerMayGoWhileFramesWaitForIt) {
+    for (int round = 0; round < 10; ++round) {
+        startConnected();
+        startLive();
+        if (round % 2 == 0) {
+            EXPECT_TRUE(delivers(1));
+        } else {
+            // Nobody takes the frame that comes here, so it waits in the library's thread.
+            std::promise<void> offered;
+            std::once_flag once;
+            const auto connection = QObject::connect(
+                controller_.get(), &VortaInterface::deviceCloudUpdated, controller_.get(),
+                [&] { std::call_once(once, [&] { offered.set_value(); }); }, Qt::DirectConnection);
+            ASSERT_EQ(offered.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+            QObject::disconnect(connection);
+        }
+        LoggedTexts log(application_);
+        controller_.reset();
+        EXPECT_EQ(log.count("Stopping live acquisition"), 1);
+    }
+}
+
+TEST_F(Live, UnpluggingIsNoticedAndThePluggedInHeadConnectsAgain) {
+    startConnected();
+    startLive();
+    ASSERT_TRUE(delivers(1));
+    heads_.unplug("T-1");
+    poll();
+    EXPECT_FALSE(controller_->status().connected);
+    EXPECT_FALSE(controller_->status().live);
+    EXPECT_EQ(infos_->count(), 0);
+    poll();
+    EXPECT_EQ(infos_->count(), 1);
+    heads_.plug({.serialNumber = "T-1"});
+    ASSERT_TRUE(becomesConnected());
+    startLive();
+    EXPECT_TRUE(delivers(2));
+}
+
+TEST_F(Live, FailingHeadEndsItAndStaysConnected) {
+    heads_.plug({.serialNumber = "T-1", .faults = "capture: too hot, afterCaptures: 4"});
+    startConnected();
+    startLive();
+    ASSERT_TRUE(waitFor(
+        [this] {
+            poll();
+            return !controller_->status().live;
+        },
+        60'000));
+    EXPECT_TRUE(controller_->status().connected);
+    heads_.plug({.serialNumber = "T-1"});
+    controller_->measure(spec());
+    EXPECT_NEAR(controller_->record()->minZ(), 700.0, 5.0);
+}
+
+// Sanitizers keep freed memory for a while; what is lost they find themselves.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+/// Bytes of memory that this process holds.
+std::size_t residentBytes() {
+    std::ifstream statm("/proc/self/statm");
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    statm >> total >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+TEST_F(Live, TwoThousandFramesDoNotGrowTheMemory) {
+    heads_.plug({.serialNumber = "T-1", .width = 81, .height = 50, .noise = false});
+    Settings fast;
+    fast.set("Camera/FrameRate", "1000");
+    preferences_.saveCameraSettings(fast);
+    startConnected();
+    startLive();
+    int frames = 0;
+    QObject::connect(controller_.get(), &VortaInterface::measurementUpdated, controller_.get(), [&] { ++frames; });
+    const auto deliver = [&](int count) {
+        clouds_->clear(); // the spy keeps every cloud
+        const int before = frames;
+        return waitFor(
+            [&] {
+                clouds_->clear();
+                return frames >= before + count;
+            },
+            120'000);
+    };
+    ASSERT_TRUE(deliver(200));
+    const std::size_t before = residentBytes();
+    ASSERT_TRUE(deliver(2000));
+    const std::size_t after = residentBytes();
+    // A lost cloud a frame would be 160 MB, a lost kilobyte 2 MB.
+    EXPECT_LT(after, before + 4'000'000U);
+}
+
+#endif
+
+} // namespace
