@@ -1,12 +1,13 @@
 // Times the reconstruction of full-size captures (1944 x 1200 camera, both lenses distorting): of 24 images of the
 // columns against a plain loop that decodes and triangulates, and against merely reading the images and writing the
 // points; of 42 images of columns and rows against OpenCV's decoding of as many. Ours makes points and colours as well.
+// Counts the frames per second that half the resolution gives with default settings.
 
 #include "graycodeloop.h"
 #include "plainreconstruction.h"
 #include "ratio.h"
+#include "simulatedcapture.h"
 
-#include "vorta/reconstruction/projection.h"
 #include "vorta/reconstruction/reconstructor.h"
 
 #include <algorithm>
@@ -15,94 +16,18 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
-#include <random>
 
 using namespace Vorta;
 
 namespace {
+
+constexpr double waveMm = 20.0;
 
 void require(bool condition, const char* what) {
     if (!condition) {
         std::cerr << "bench_reconstruction: " << what << '\n';
         std::exit(1);
     }
-}
-
-/// A projector of this size that covers the same field of view.
-Driver::Calibration makeHead(std::size_t projectorWidth, std::size_t projectorHeight) {
-    const double pixels = static_cast<double>(projectorWidth) / 1024.0;
-    Driver::Calibration head;
-    head.camera = {.width = 1944,
-                   .height = 1200,
-                   .fx = 2400.0,
-                   .fy = 2400.0,
-                   .cx = 975.0,
-                   .cy = 596.0,
-                   .k1 = -0.1,
-                   .k2 = 0.05,
-                   .p1 = 0.0005,
-                   .p2 = -0.0003};
-    head.projector = {.width = projectorWidth,
-                      .height = projectorHeight,
-                      .fx = 1200.0 * pixels,
-                      .fy = 1200.0 * pixels,
-                      .cx = 513.0 * pixels,
-                      .cy = 0.495 * static_cast<double>(projectorHeight),
-                      .k1 = -0.08,
-                      .k2 = 0.03,
-                      .p1 = -0.0004,
-                      .p2 = 0.0006};
-    const double turn = std::atan2(200.0, 700.0);
-    head.rotation = {std::cos(turn), 0.0, std::sin(turn), 0.0, 1.0, 0.0, -std::sin(turn), 0.0, std::cos(turn)};
-    head.translationMm = {-200.0 * std::cos(turn), 0.0, 200.0 * std::sin(turn)};
-    return head;
-}
-
-/// The projector pixel that each camera pixel sees of a waved surface about 700 mm away.
-std::vector<Reconstruction::ImagePoint> makeSights(const Driver::Calibration& head) {
-    const auto& r = head.rotation;
-    const auto& t = head.translationMm;
-    std::vector<Reconstruction::ImagePoint> sights;
-    for (std::size_t row = 0; row < head.camera.height; ++row) {
-        for (std::size_t column = 0; column < head.camera.width; ++column) {
-            const auto [a, b] = Reconstruction::unproject(
-                head.camera, {.x = static_cast<double>(column), .y = static_cast<double>(row)});
-            const double z = 700.0 + 20.0 * std::sin(15.0 * a) * std::cos(12.0 * b);
-            const double qz = z * (r[6] * a + r[7] * b + r[8]) + t[2];
-            sights.push_back(
-                Reconstruction::project(head.projector, {.x = (z * (r[0] * a + r[1] * b + r[2]) + t[0]) / qz,
-                                                         .y = (z * (r[3] * a + r[4] * b + r[5]) + t[1]) / qz}));
-        }
-    }
-    return sights;
-}
-
-/// What the camera sees of these patterns, with dark patches and 1.5 grey levels of noise.
-Driver::ImageStack makeImages(const Driver::PinholeModel& camera, const std::vector<Driver::Pattern>& patterns,
-                              const std::vector<Reconstruction::ImagePoint>& sights) {
-    Driver::ImageStack images;
-    images.resize(patterns.size(), camera.height, camera.width);
-    std::mt19937 random{1};
-    std::normal_distribution<float> noise{0.0F, 1.5F};
-    std::vector<float> someNoise(99'991);
-    std::ranges::generate(someNoise, [&] { return noise(random); });
-    std::size_t next = 0;
-    for (std::size_t image = 0; image < patterns.size(); ++image) {
-        const std::vector<float>& levels = patterns[image].levels;
-        const bool isRows = patterns[image].axis == Driver::Axis::Rows;
-        for (std::size_t pixel = 0; pixel < sights.size(); ++pixel) {
-            const double seen = isRows ? sights[pixel].y : sights[pixel].x;
-            const double place = std::clamp(seen, 0.0, static_cast<double>(levels.size()) - 1.001);
-            const auto line = static_cast<std::size_t>(place);
-            const auto part = static_cast<float>(place - static_cast<double>(line));
-            const bool isDark = (pixel / camera.width / 100 + pixel % camera.width / 100) % 5 == 0;
-            next = (next + 1) % someNoise.size();
-            const float light = std::lerp(levels[line], levels[line + 1], part);
-            const float grey = 6.0F + (isDark ? 6.0F : 170.0F) * light + someNoise[next];
-            images.image(image)[pixel] = static_cast<std::uint8_t>(std::clamp(grey, 0.0F, 255.0F));
-        }
-    }
-    return images;
 }
 
 /// Both must find the same points: a difference beyond rounding would make the comparison worthless.
@@ -152,10 +77,10 @@ void checkLoop(const GrayCodeLoop& loop, const std::vector<Reconstruction::Image
 
 /// 24 images: 4 phase steps and 10 bits of 640 half periods with their inverses.
 struct OneAxis {
-    Driver::Calibration head = makeHead(2560, 1600);
+    Driver::Calibration head = VortaBench::makeHead(VortaBench::fullSensor, {.width = 2560, .height = 1600});
     Reconstruction::SequenceLayout layout = Reconstruction::planSequence(2560, 1600, {.inverse = true});
-    Driver::ImageStack images =
-        makeImages(head.camera, Reconstruction::generateSequence(layout).patterns, makeSights(head));
+    Driver::ImageStack images = VortaBench::makeImages(head.camera, Reconstruction::generateSequence(layout),
+                                                       VortaBench::makeSights(head, waveMm));
     PlainReconstruction plain{head, layout.axes.front()};
     Reconstruction::Reconstructor oneThread{head, layout, {.threads = 1}};
     Reconstruction::Reconstructor twoThreads{head, layout, {.threads = 2}};
@@ -194,14 +119,14 @@ void registerOneAxis() {
 /// 42 images: 4 phase steps and 9 bits of 320 half periods, 4 and 8 of 192, with their inverses; OpenCV's are 11 and 10
 /// bits of 1280 columns and 768 rows.
 struct BothAxes {
-    Driver::Calibration head = makeHead(1280, 768);
+    Driver::Calibration head = VortaBench::makeHead(VortaBench::fullSensor, {.width = 1280, .height = 768});
     Reconstruction::SequenceLayout layout = Reconstruction::planSequence(1280, 768, {.inverse = true, .rows = true});
-    std::vector<Reconstruction::ImagePoint> sights = makeSights(head);
-    Driver::ImageStack images = makeImages(head.camera, Reconstruction::generateSequence(layout).patterns, sights);
+    std::vector<Reconstruction::ImagePoint> sights = VortaBench::makeSights(head, waveMm);
+    Driver::ImageStack images = VortaBench::makeImages(head.camera, Reconstruction::generateSequence(layout), sights);
     Reconstruction::Reconstructor oneThread{head, layout, {.threads = 1}};
     PointCloud ours{head.camera.height, head.camera.width};
     GrayCodeLoop loop{1280, 768};
-    Driver::ImageStack theirImages = makeImages(head.camera, loop.patterns(), sights);
+    Driver::ImageStack theirImages = VortaBench::makeImages(head.camera, {.patterns = loop.patterns()}, sights);
 };
 
 void registerBothAxes() {
@@ -223,11 +148,42 @@ void registerBothAxes() {
         ->Iterations(2);
 }
 
+/// What live shows by default: 972 x 600 pixels, the diamond lattice, the default filters, all cores.
+struct Live {
+    Driver::Calibration head = VortaBench::makeHead({.width = 972, .height = 600}, {.width = 1024, .height = 768});
+    Reconstruction::SequenceLayout layout =
+        Reconstruction::planSequence(1024, 768, {.lattice = Driver::Lattice::Diamond});
+    Driver::ImageStack images = VortaBench::makeImages(head.camera, Reconstruction::generateSequence(layout),
+                                                       VortaBench::makeSights(head, waveMm));
+    Reconstruction::Reconstructor reconstructor{head, layout};
+    PointCloud cloud;
+};
+
+void registerLive() {
+    const auto shared = std::make_shared<Live>();
+    shared->reconstructor.reconstruct(shared->images, {}, shared->cloud);
+    const auto valid = std::ranges::count_if(shared->cloud.points(), &Point::isValid);
+    std::cout << valid << " of " << shared->cloud.size() << " points valid at half the resolution\n";
+    require(static_cast<std::size_t>(valid) > shared->cloud.size() / 2, "half the resolution gives too few points");
+    benchmark::RegisterBenchmark("972 x 600 with default settings",
+                                 [shared](benchmark::State& state) {
+                                     for ([[maybe_unused]] auto iteration : state)
+                                         shared->reconstructor.reconstruct(shared->images, {}, shared->cloud);
+                                     state.counters["images"] = static_cast<double>(shared->images.count());
+                                     state.counters["frames_per_second"] = benchmark::Counter(
+                                         static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+                                     state.counters["least_frames_per_second"] = 60.0;
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     registerOneAxis();
     registerBothAxes();
+    registerLive();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -90,32 +90,30 @@ void BlockGrid::write(std::size_t threads, const Give& give) {
         std::vector<std::byte> bytes;
         std::uint32_t skippedFilters = 0;
     };
-    struct Scratch {
-        Codecs codecs;
-        std::vector<Stored> stored;
-    };
+    // One variable of one block is a task: the smaller they are, the less one thread has left to do at the end.
     const std::size_t count = variables_.size();
-    std::vector<Scratch> scratches;
-    for (std::size_t thread = 0; thread < pipelineThreads(positions_.size(), threads); ++thread)
-        scratches.push_back({.codecs = Codecs(variables_), .stored = std::vector<Stored>(count)});
+    const std::size_t tasks = positions_.size() * count;
+    const std::size_t used = pipelineThreads(tasks, threads);
+    std::vector<Codecs> codecs;
+    for (std::size_t thread = 0; thread < used; ++thread)
+        codecs.emplace_back(variables_);
+    std::vector<Stored> stored(pipelineWindow(used));
 
-    const auto pack = [&](std::size_t block, std::size_t thread) {
-        Scratch& scratch = scratches[thread];
-        for (std::size_t i = 0; i < count; ++i) {
-            ChunkCodec& codec = scratch.codecs.of(i);
-            give(block, i, codec.values());
-            const ChunkCodec::Packed packed = codec.pack();
-            scratch.stored[i].bytes.assign(packed.bytes.begin(), packed.bytes.end());
-            scratch.stored[i].skippedFilters = packed.skippedFilters;
-        }
+    const auto pack = [&](std::size_t task, std::size_t thread) {
+        const std::size_t variable = task % count;
+        ChunkCodec& codec = codecs[thread].of(variable);
+        give(task / count, variable, codec.values());
+        const ChunkCodec::Packed packed = codec.pack();
+        Stored& result = stored[task % stored.size()];
+        result.bytes.assign(packed.bytes.begin(), packed.bytes.end());
+        result.skippedFilters = packed.skippedFilters;
     };
-    const auto store = [&](std::size_t block, std::size_t thread) {
-        for (std::size_t i = 0; i < count; ++i) {
-            const Stored& stored = scratches[thread].stored[i];
-            variables_[i].write(positions_[block], {.bytes = stored.bytes, .skippedFilters = stored.skippedFilters});
-        }
+    const auto store = [&](std::size_t task) {
+        const Stored& result = stored[task % stored.size()];
+        variables_[task % count].write(positions_[task / count],
+                                       {.bytes = result.bytes, .skippedFilters = result.skippedFilters});
     };
-    runPipeline(positions_.size(), scratches.size(), {.fetch = {}, .work = pack, .store = store});
+    runPipeline(tasks, used, {.fetch = {}, .work = pack, .store = store});
 }
 
 } // namespace Vorta::NetCdf

@@ -69,6 +69,17 @@ void CalibrationSource::read(const std::string& path) {
     time_ = time;
 }
 
+namespace {
+
+double opticsTemperature(const Settings& settings, const Driver::Temperatures& temperatures) {
+    using Given = Internal::Projector::VirtualTemperature;
+    const Given& given = settings.getSettingsInternal().get<Given>();
+    // The setting has no value that means "none": its default stands for that.
+    return temperatures.lens.value_or(given == Given() ? temperatures.head : given.value());
+}
+
+} // namespace
+
 double calibrationTemperature(const Settings& settings, const Driver::HeadCalibration& calibration,
                               const Driver::Temperatures& temperatures) {
     const Internal& internal = settings.getSettingsInternal();
@@ -76,9 +87,7 @@ double calibrationTemperature(const Settings& settings, const Driver::HeadCalibr
         return calibration.referenceTemperature;
     // In steps too small to matter: a change of temperature costs the time to compute every pixel's ray anew.
     constexpr double stepsPerKelvin = 20.0;
-    const double temperature =
-        temperatures.lens.value_or(internal.get<Internal::Projector::VirtualTemperature>().value());
-    return std::round(temperature * stepsPerKelvin) / stepsPerKelvin;
+    return std::round(opticsTemperature(settings, temperatures) * stepsPerKelvin) / stepsPerKelvin;
 }
 
 } // namespace Vorta

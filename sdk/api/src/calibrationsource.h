@@ -37,8 +37,8 @@ private:
 };
 
 /// Temperature, in degrees Celsius, whose geometry a measurement is computed with: the calibration's reference, or,
-/// where the method follows the temperature, that of the lens. A head without such a sensor has the settings'
-/// `Projector/VirtualTemperature`.
+/// where the method follows the temperature, that of the lens. In place of a lens without sensor stands the settings'
+/// `Projector/VirtualTemperature` where it differs from its default, else the head.
 [[nodiscard]] double calibrationTemperature(const Settings& settings, const Driver::HeadCalibration& calibration,
                                             const Driver::Temperatures& temperatures);
 

@@ -100,6 +100,8 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
     Measurement measurement{.cloud = {}, .settings = settings, .info = {}};
     FrameInfo& info = measurement.info;
     info.time = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+    if (images_.empty()) // the first ones, or a frame has taken the previous ones along
+        images_ = pool_.take();
     head_->acquire(sequence_, images_);
     const auto acquired = steady_clock::now();
     info.head = head_->identity();
@@ -112,9 +114,11 @@ Measurement MeasuringHead::acquire(const Settings& settings) {
         Log::info(source, __LINE__, "Camera '%s': %d images in %d ms, points in %d ms", serialNumber_, images_.count(),
                   wholeMs(acquired - began), wholeMs(steady_clock::now() - acquired));
     if (settings.getSettingsInternal().get<Internal::Camera::SaveImages>().value())
-        info.raw = {.images = std::make_shared<const Driver::ImageStack>(std::exchange(images_, {})),
+        info.raw = {.images = pool_.share(std::exchange(images_, {})),
                     .bayerLayout = options_->bayerLayout,
                     .dimensions = head_->dimensions()};
+    else
+        pool_.clear();
     return measurement;
 }
 

@@ -2,6 +2,7 @@
 
 #include "calibrationsource.h"
 #include "driverlibrary.h"
+#include "imagepool.h"
 
 #include "vorta/api/frameinfo.h"
 #include "vorta/common/pointcloud.h"
@@ -64,6 +65,7 @@ private:
     std::unique_ptr<Reconstruction::Reconstructor> reconstructor_;
     Driver::PatternSequence sequence_;
     Driver::ImageStack images_;
+    ImagePool pool_;
 };
 
 } // namespace Vorta

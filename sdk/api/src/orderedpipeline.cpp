@@ -15,21 +15,26 @@ namespace {
 /// One run of a pipeline, shared by its threads.
 class Run {
 public:
-    Run(std::size_t tasks, const PipelineSteps& steps) : tasks_(tasks), steps_(steps) {}
+    Run(std::size_t tasks, std::size_t threads, const PipelineSteps& steps)
+        : tasks_(tasks), steps_(steps), isReady_(pipelineWindow(threads)) {}
 
     /// Takes tasks until none is left.
     void serve(std::size_t thread) noexcept {
         std::unique_lock lock(mutex_);
         try {
-            while (next_ < tasks_ && !failure_)
+            for (;;) {
+                changed_.wait(lock, [this] { return isOver() || mayTake(); });
+                if (isOver())
+                    return;
                 take(lock, thread);
+            }
         } catch (...) {
             // Which exception it is matters to the caller of runPipeline, who gets the first one.
             if (!lock.owns_lock())
                 lock.lock();
             if (!failure_)
                 failure_ = std::current_exception();
-            stored_.notify_all();
+            changed_.notify_all();
         }
     }
 
@@ -39,6 +44,13 @@ public:
     }
 
 private:
+    [[nodiscard]] bool isOver() const { return next_ == tasks_ || failure_; }
+
+    [[nodiscard]] bool mayTake() const {
+        const bool hasRoom = !steps_.store || next_ < stored_ + isReady_.size();
+        return hasRoom && !(steps_.fetch && isStoring_);
+    }
+
     void take(std::unique_lock<std::mutex>& lock, std::size_t thread) {
         const std::size_t task = next_++;
         if (steps_.fetch)
@@ -48,20 +60,35 @@ private:
         lock.lock();
         if (!steps_.store)
             return;
-        stored_.wait(lock, [&] { return done_ == task || failure_; });
-        if (failure_)
-            return;
-        steps_.store(task, thread);
-        ++done_;
-        stored_.notify_all();
+        isReady_[task % isReady_.size()] = true;
+        if (!isStoring_)
+            storeReady(lock);
+    }
+
+    /// Stores all whose turn it is, also those that become ready meanwhile.
+    void storeReady(std::unique_lock<std::mutex>& lock) {
+        isStoring_ = true;
+        while (isReady_[stored_ % isReady_.size()] && !failure_) {
+            const std::size_t task = stored_;
+            lock.unlock();
+            steps_.store(task);
+            lock.lock();
+            isReady_[task % isReady_.size()] = false;
+            ++stored_;
+            changed_.notify_all();
+        }
+        isStoring_ = false;
+        changed_.notify_all();
     }
 
     const std::size_t tasks_;
     const PipelineSteps& steps_;
-    std::mutex mutex_; // guards what follows, and is held by the steps that run one at a time
-    std::condition_variable stored_;
-    std::size_t next_ = 0; // first task that nobody has taken
-    std::size_t done_ = 0; // first task that is not stored
+    std::mutex mutex_; // guards what follows, and is held by `fetch`
+    std::condition_variable changed_;
+    std::size_t next_ = 0;   // first task that nobody has taken
+    std::size_t stored_ = 0; // first task that is not stored
+    bool isStoring_ = false;
+    std::vector<bool> isReady_; // for `store`, by the task's place in the window
     std::exception_ptr failure_;
 };
 
@@ -73,7 +100,7 @@ std::size_t pipelineThreads(std::size_t tasks, std::size_t wanted) noexcept {
 }
 
 void runPipeline(std::size_t tasks, std::size_t threads, const PipelineSteps& steps) {
-    Run run(tasks, steps);
+    Run run(tasks, threads, steps);
     {
         std::vector<std::jthread> others;
         try {

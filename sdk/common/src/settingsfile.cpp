@@ -1,5 +1,6 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/common/settings.h"
+#include "vorta/yamldocument/onlydocument.h"
 
 #include <algorithm>
 #include <array>
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <locale>
+#include <optional>
 #include <random>
 #include <set>
 #include <span>
@@ -15,7 +17,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <yaml-cpp/eventhandler.h>
+#include <utility>
 #include <yaml-cpp/yaml.h>
 
 namespace Vorta {
@@ -33,22 +35,6 @@ constexpr std::size_t largestFileBytes = 1U << 20U;
 std::error_code lastSystemError() {
     return errno != 0 ? std::error_code{errno, std::generic_category()} : std::make_error_code(std::errc::io_error);
 }
-
-/// Steps over a document.
-class IgnoreEvents : public YAML::EventHandler {
-    void OnDocumentStart(const YAML::Mark& /*mark*/) override {}
-    void OnDocumentEnd() override {}
-    void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
-    void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
-    void OnScalar(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                  const std::string& /*value*/) override {}
-    void OnSequenceStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                         YAML::EmitterStyle::value /*style*/) override {}
-    void OnSequenceEnd() override {}
-    void OnMapStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                    YAML::EmitterStyle::value /*style*/) override {}
-    void OnMapEnd() override {}
-};
 
 /// Reads one settings file; every failure names it.
 class Reader {
@@ -93,22 +79,15 @@ private:
         } while (file);
         if (file.bad())
             fail(lastSystemError().message());
-        // Without an end of the document the parser takes the end of the file for the end of an open quote.
-        content += content.ends_with('\n') ? "...\n" : "\n...\n";
         return content;
     }
 
-    [[nodiscard]] YAML::Node parse(const std::string& content) const {
+    [[nodiscard]] YAML::Node parse(std::string content) const {
         try {
-            const YAML::Node document = YAML::Load(content);
-            // Loading all documents at once never ends when one begins with a comma.
-            std::istringstream stream(content);
-            YAML::Parser parser(stream);
-            IgnoreEvents ignore;
-            parser.HandleNextDocument(ignore);
-            if (!document.IsNull() && parser)
+            const std::optional<YAML::Node> document = onlyDocument(std::move(content));
+            if (!document)
                 fail("it holds more than one YAML document");
-            return document;
+            return *document;
         } catch (const YAML::Exception& error) {
             fail(error.mark, "it is not YAML: " + error.msg);
         }

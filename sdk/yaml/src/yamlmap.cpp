@@ -2,6 +2,7 @@
 
 #include "vorta/common/exceptions.h"
 #include "vorta/yaml/words.h"
+#include "vorta/yamldocument/onlydocument.h"
 
 #include <array>
 #include <charconv>
@@ -10,7 +11,6 @@
 #include <sstream>
 #include <system_error>
 #include <utility>
-#include <yaml-cpp/eventhandler.h>
 
 namespace Vorta {
 
@@ -20,22 +20,6 @@ namespace {
     // Marks count lines from 0 and have -1, which wraps to line 0 here, without a place.
     throw IOException(atLine(file, static_cast<std::size_t>(mark.line) + 1, words));
 }
-
-/// Steps over a document.
-class SkipEvents : public YAML::EventHandler {
-    void OnDocumentStart(const YAML::Mark& /*mark*/) override {}
-    void OnDocumentEnd() override {}
-    void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
-    void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
-    void OnScalar(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                  const std::string& /*value*/) override {}
-    void OnSequenceStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                         YAML::EmitterStyle::value /*style*/) override {}
-    void OnSequenceEnd() override {}
-    void OnMapStart(const YAML::Mark& /*mark*/, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
-                    YAML::EmitterStyle::value /*style*/) override {}
-    void OnMapEnd() override {}
-};
 
 // Independent of the locale, unlike the conversions of streams.
 template <class T>
@@ -97,19 +81,12 @@ YamlMap YamlMap::load(const std::filesystem::path& file, std::size_t maxBytes) {
 }
 
 YamlMap YamlMap::parse(std::string text, const std::filesystem::path& name) {
-    // Without an end of the document the parser takes the end of the text for the end of an open quote.
-    text += text.ends_with('\n') ? "...\n" : "\n...\n";
     try {
-        const YAML::Node document = YAML::Load(text);
-        // Loading all documents at once never ends when one begins with a comma.
-        std::istringstream stream(text);
-        YAML::Parser parser(stream);
-        SkipEvents skip;
-        parser.HandleNextDocument(skip);
-        if (!document.IsNull() && parser)
+        const std::optional<YAML::Node> document = onlyDocument(std::move(text));
+        if (!document)
             throw IOException(inQuotes(name.string()) + " holds more than one YAML document.");
         // Nothing has no line.
-        return {std::make_shared<const std::filesystem::path>(name), document.IsNull() ? YAML::Node() : document};
+        return {std::make_shared<const std::filesystem::path>(name), document->IsNull() ? YAML::Node() : *document};
     } catch (const YAML::Exception& error) {
         refuse(name, error.mark, "not valid YAML, " + error.msg + ".");
     }

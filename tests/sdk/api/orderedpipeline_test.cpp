@@ -6,6 +6,7 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Vorta {
@@ -23,7 +24,7 @@ TEST(OrderedPipeline, FetchesAndStoresInOrderAndWorksOnEverything) {
                              EXPECT_LT(thread, threads);
                              ++worked[task];
                          },
-                     .store = [&](std::size_t task, std::size_t) { stored.push_back(task); }});
+                     .store = [&](std::size_t task) { stored.push_back(task); }});
         std::vector<std::size_t> expected(worked.size());
         std::iota(expected.begin(), expected.end(), 0U);
         EXPECT_EQ(fetched, expected);
@@ -48,7 +49,9 @@ TEST(OrderedPipeline, RethrowsTheFailureOfAnyStepAndEnds) {
             };
         };
         try {
-            runPipeline(1'000'000, 3, {.fetch = step(0), .work = step(1), .store = step(2)});
+            runPipeline(1'000'000, 3, {.fetch = step(0), .work = step(1), .store = [last = step(2)](std::size_t task) {
+                                           last(task, 0);
+                                       }});
         } catch (const std::runtime_error& error) {
             return std::string(error.what()) + (after == 0 ? "" : " but went on");
         }
@@ -67,8 +70,35 @@ TEST(OrderedPipeline, EndsWhenWorkFailsWhileOthersWaitForTheirTurn) {
                                       if (task == 3)
                                           throw std::runtime_error("no");
                                   },
-                              .store = [](std::size_t, std::size_t) {}}),
+                              .store = [](std::size_t) {}}),
                  std::runtime_error);
+}
+
+// The first task ends after all others that the window has room for: whoever works on them does not wait for it.
+TEST(OrderedPipeline, GoesOnWhileAnEarlierTaskLasts) {
+    constexpr std::size_t threads = 2;
+    constexpr std::size_t window = pipelineWindow(threads);
+    std::atomic<std::size_t> others = 0;
+    std::vector<std::size_t> results(window);
+    std::vector<std::size_t> stored;
+    runPipeline(50, threads,
+                {.fetch = {},
+                 .work =
+                     [&](std::size_t task, std::size_t) {
+                         if (task == 0)
+                             while (others < window - 1)
+                                 std::this_thread::yield();
+                         results[task % window] = task;
+                         ++others;
+                     },
+                 .store =
+                     [&](std::size_t task) {
+                         EXPECT_EQ(results[task % window], task);
+                         stored.push_back(task);
+                     }});
+    std::vector<std::size_t> expected(50);
+    std::iota(expected.begin(), expected.end(), 0U);
+    EXPECT_EQ(stored, expected);
 }
 
 TEST(OrderedPipeline, UsesNoMoreThreadsThanThereAreTasks) {

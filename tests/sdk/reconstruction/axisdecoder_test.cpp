@@ -2,8 +2,8 @@
 
 #include "axisdecoder.h"
 
-#include "allocations.h"
 #include "simulatedhead.h"
+#include "support/allocations.h"
 
 #include <gtest/gtest.h>
 

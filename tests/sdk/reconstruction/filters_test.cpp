@@ -1,7 +1,7 @@
 // Which points the reflection filter and the margins take away.
 
-#include "allocations.h"
 #include "simulatedhead.h"
+#include "support/allocations.h"
 
 #include "vorta/reconstruction/reconstructor.h"
 

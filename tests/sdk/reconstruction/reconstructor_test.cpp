@@ -1,7 +1,7 @@
 #include "vorta/reconstruction/reconstructor.h"
 
-#include "allocations.h"
 #include "simulatedhead.h"
+#include "support/allocations.h"
 
 #include "vorta/common/exceptions.h"
 

@@ -2,8 +2,8 @@
 
 #include "vorta/reconstruction/reconstructor.h"
 
-#include "allocations.h"
 #include "simulatedhead.h"
+#include "support/allocations.h"
 
 #include "vorta/common/exceptions.h"
 

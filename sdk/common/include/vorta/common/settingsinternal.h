@@ -258,7 +258,8 @@ public:
                 .minimum = -40.0,
                 .maximum = 125.0,
                 .unit = "°C",
-                .meaning = "Temperature at which the calibration is applied when the head has no sensor for it."};
+                .meaning = "Temperature that the calibration follows when the lens has no sensor; at the default, that "
+                           "of the head's own sensor."};
             using Setting::Setting;
         };
         struct EnableTemperatureRegulator : Setting<EnableTemperatureRegulator, bool> {
