@@ -12,6 +12,7 @@
 #include "vorta/api/hdr.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
+#include "vorta/common/requiredfirmware.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -72,7 +73,7 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
         return;
     }
     camera_ = chooseCamera(cameras);
-    if (camera_.firmwareVersion() != CameraSelection::requiredFirmware) {
+    if (camera_.firmwareVersion() != requiredFirmware) {
         runFirmwareUpdate();
         return;
     }
