@@ -24,7 +24,7 @@ std::string headText(const std::string& firmware, const std::string& serialNumbe
 
 /// What the program tells about a head that it updates.
 std::string toldOf(const std::string& label, const std::string& present) {
-    std::string text = label + ": updating " + present + " to VORTA 0.9.21\n" + label + ": erasing 0 %\n";
+    std::string text = label + ": updating '" + present + "' to 'VORTA 0.9.21'\n" + label + ": erasing 0 %\n";
     for (const char* percent : {"18", "26", "34", "42", "50", "58", "66", "74", "82", "90"})
         text += label + ": writing " + percent + " %\n";
     return text + label + ": verifying 90 %\n" + label + ": verifying 100 %\n";
@@ -184,7 +184,7 @@ TEST(FirmwareUpdater, SaysThatAFileCannotBeWrittenAndUpdatesTheOthers) {
     const std::string file = heads.plugText("b", headText("VORTA 0.9.20", "T-2")).string();
     const Result result = update();
     EXPECT_EQ(result.status, 5);
-    EXPECT_EQ(result.out, "VORTA Test: T-1: updating VORTA 0.9.20 to VORTA 0.9.21\nVORTA Test: T-1: erasing 0 %\n" +
+    EXPECT_EQ(result.out, "VORTA Test: T-1: updating 'VORTA 0.9.20' to 'VORTA 0.9.21'\nVORTA Test: T-1: erasing 0 %\n" +
                               toldOf("VORTA Test: T-2", "VORTA 0.9.20"));
     EXPECT_EQ(result.err, "VortaFirmwareUpdater: VORTA Test: T-1: the firmware was not written: File '" +
                               locked.string() + "' cannot be written: it is write-protected; allow writing to it.\n");

@@ -75,7 +75,7 @@ Outcome update(const HeadDescription& head) {
         tell(head, std::string(requiredFirmware) + " is up to date");
         return Outcome::UpToDate;
     }
-    tell(head, "updating " + present + " to " + std::string(requiredFirmware));
+    tell(head, "updating '" + present + "' to '" + std::string(requiredFirmware) + "'");
     tell(head, "erasing", 0);
     try {
         // Erasing and verifying take a tenth each.
