@@ -30,7 +30,8 @@ std::filesystem::perms writablePermissions(const std::filesystem::path& file) {
     const perms permissions = std::filesystem::status(file, failure).permissions();
     constexpr perms write = perms::owner_write | perms::group_write | perms::others_write;
     if (failure || (permissions & write) == perms::none)
-        throw IOException("File " + inQuotes(file.string()) + " cannot be written: it is write-protected; allow writing to it.");
+        throw IOException("File " + inQuotes(file.string()) +
+                          " cannot be written: it is write-protected; allow writing to it.");
     return permissions;
 }
 
