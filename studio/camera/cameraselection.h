@@ -7,14 +7,10 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// What the controller decides before it connects a camera, apart from any window.
 namespace Vorta::CameraSelection {
-
-/// The one firmware that this application works with, compared byte for byte.
-inline constexpr std::string_view requiredFirmware = "VORTA 0.9.21";
 
 /// Path of the driver plug-in that the settings name: beside the program in `applicationFolder`, else in its "bin"
 /// folder. Throws IOException when it is in neither place.

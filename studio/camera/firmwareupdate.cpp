@@ -1,5 +1,6 @@
 #include "camera/firmwareupdate.h"
 
+#include "camera/waitcursor.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 
@@ -13,16 +14,24 @@ namespace Vorta {
 
 namespace {
 
+constexpr const char* logSource = "VortaStudio/VortaInterface";
+
 // The updater stands beside the application; elsewhere the search path decides.
 QString updaterPath(const QString& program) {
     const QString beside = QDir(QCoreApplication::applicationDirPath()).filePath(program);
     return QFileInfo::exists(beside) ? beside : program;
 }
 
+// Nothing is drawn and no input handled meanwhile: the cursor says that the application is busy.
+int runAndWait(const QString& program) {
+    const WaitCursor waitCursor;
+    Log::info(logSource, __LINE__, "Launching the firmware updater: %s", program.toStdString());
+    return QProcess::execute(updaterPath(program), {});
+}
+
 } // namespace
 
 void runFirmwareUpdate() {
-    constexpr const char* logSource = "VortaStudio/VortaInterface";
     const auto answer = QMessageBox::question(
         QApplication::activeWindow(), QStringLiteral("Firmware out of date"),
         QStringLiteral("The firmware needs to be updated. If you do not want to update the firmware you need to close "
@@ -33,9 +42,7 @@ void runFirmwareUpdate() {
     if (answer == QMessageBox::Close)
         QCoreApplication::quit();
 
-    const QString program = QStringLiteral("VortaFirmwareUpdater") + QStringLiteral(".exe");
-    Log::info(logSource, __LINE__, "Launching the firmware updater: %s", program.toStdString());
-    const int result = QProcess::execute(updaterPath(program), {});
+    const int result = runAndWait(QStringLiteral("VortaFirmwareUpdater") + QStringLiteral(".exe"));
     if (result == -2)
         throw RuntimeException("Firmware updater cannot be started");
     if (result == -1)

@@ -12,6 +12,7 @@
 #include "vorta/api/hdr.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
+#include "vorta/common/requiredfirmware.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -80,7 +81,7 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
         return;
     awaitInitialization();
     camera_ = chosen;
-    if (camera_.firmwareVersion() != CameraSelection::requiredFirmware) {
+    if (camera_.firmwareVersion() != requiredFirmware) {
         runFirmwareUpdate();
         return;
     }

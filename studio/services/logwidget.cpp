@@ -1,5 +1,7 @@
 #include "services/logwidget.h"
 
+#include "services/logtable.h"
+
 #include <QClipboard>
 #include <QDateTime>
 #include <QGuiApplication>
@@ -8,7 +10,6 @@
 #include <QMutexLocker>
 #include <QScrollBar>
 #include <QStringList>
-#include <QTableWidget>
 #include <QVBoxLayout>
 
 #include <set>
@@ -16,12 +17,6 @@
 namespace VortaQt {
 
 namespace {
-
-QTableWidgetItem* readOnlyItem(const QString& text) {
-    auto* item = new QTableWidgetItem(text);
-    item->setFlags(item->flags() & ~Qt::ItemIsEditable);
-    return item;
-}
 
 /// The cells in their order, one line per row; a cell stands as many tabs behind the one before as it is columns away.
 QString cellText(const QModelIndexList& cells) {
@@ -42,7 +37,7 @@ QString cellText(const QModelIndexList& cells) {
 
 } // namespace
 
-LogWidget::LogWidget(QWidget* parent) : QWidget(parent), table_(new QTableWidget(0, 3, this)) {
+LogWidget::LogWidget(QWidget* parent) : QWidget(parent), table_(new LogTable(3, this)) {
     setObjectName(QStringLiteral("LogWidget"));
     setWindowTitle(QStringLiteral("Log"));
 
@@ -67,24 +62,26 @@ LogWidget::LogWidget(QWidget* parent) : QWidget(parent), table_(new QTableWidget
 
 void LogWidget::addToLog(const VortaQt::LogEvent& event) {
     const QString type = QString::fromStdString(Vorta::Log::toString(event.severity));
-    const QString time = QDateTime::currentDateTime().toString(Qt::TextDate);
 
     const QMutexLocker lock{&mutex_};
+    // Local time is costly to ask for, and the text changes once a second.
+    if (const qint64 second = QDateTime::currentSecsSinceEpoch(); second != second_) {
+        second_ = second;
+        time_ = QDateTime::fromSecsSinceEpoch(second).toString(Qt::TextDate);
+    }
     const QScrollBar* scrollBar = table_->verticalScrollBar();
     const bool follow = scrollBar->value() == scrollBar->maximum();
-    const int row = table_->rowCount();
-    table_->insertRow(row);
-    table_->setItem(row, 0, readOnlyItem(time));
-    table_->setItem(row, 1, readOnlyItem(type));
-    table_->setItem(row, 2, readOnlyItem(event.message));
+    table_->appendRow({time_, type, event.message});
     // The scroll bar learns of the new row only after this.
     if (follow)
         followUp_.start();
 }
 
 void LogWidget::scrollToBottom() {
-    if (isVisible())
-        table_->scrollToBottom();
+    if (!isVisible())
+        return;
+    table_->layOutRows();
+    table_->scrollToBottom();
 }
 
 bool LogWidget::eventFilter(QObject* watched, QEvent* event) {

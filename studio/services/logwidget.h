@@ -6,9 +6,9 @@
 #include <QTimer>
 #include <QWidget>
 
-class QTableWidget;
-
 namespace VortaQt {
+
+class LogTable;
 
 /// The log as a table "Time", "Type", "Message". It follows new messages while it is scrolled to its end, and the
 /// selected cells can be copied as text with the platform's Copy key. GUI thread.
@@ -36,8 +36,10 @@ private:
     /// the clipboard keeps what it has.
     void copySelection() const;
 
-    QTableWidget* table_;
+    LogTable* table_;
     QMutex mutex_;
+    qint64 second_ = -1; ///< since the epoch, that `time_` tells
+    QString time_;
     /// One follow-up for all rows of a burst, so that none is left to move a view that the user has scrolled since.
     QTimer followUp_;
 };

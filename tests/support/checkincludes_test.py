@@ -28,6 +28,11 @@ CASES = [
     ("studio/app/a.cpp", '#include "../camera/status.h"', "leaves its folder"),
     ("tools/vorta/src/main.cpp", '#include "services/appsettings.h"', "nothing of the studio but its export"),
     ("tools/vorta/src/main.cpp", '#include "vorta/driver/driver.h"', "internal to the library"),
+    ("tools/vorta/src/main.cpp", '#include "vorta/virtual/headfile.h"', "internal to the library"),
+    ("tools/firmwareupdater/src/main.cpp", '#include "vorta/yaml/yamlmap.h"', "internal to the library"),
+    ("tools/firmwareupdater/src/main.cpp", '#include "vorta/api/camera.h"', "goes without api"),
+    ("tools/firmwareupdater/src/main.cpp", '#include "export/writers.h"', "nothing of the studio"),
+    ("tools/surprise/src/main.cpp", "#include <string>", "has no rule yet"),
     ("sdk/api/src/camera.cpp", '#include "vorta/reconstruction/reconstructor.h"', None),
     ("sdk/drivers/virtual/src/head.cpp", '#include "vorta/driver/driver.h"', None),
     ("sdk/viewer/src/viewer.cpp", "#include <QtGui/QImage>", None),
@@ -38,6 +43,7 @@ CASES = [
     ("studio/camera/a.cpp", '#include "camera/status.h"', None),
     ("studio/camera/a.cpp", '// #include "mainwindow/mainwindow.h"', None),
     ("tools/vorta/src/main.cpp", '#include "export/writers.h"', None),
+    ("tools/firmwareupdater/src/main.cpp", '#include "vorta/virtual/headfile.h"', None),
     ("tests/studio/camera/a.cpp", '#include "vorta/virtual/head.h"', None),
 ]
 

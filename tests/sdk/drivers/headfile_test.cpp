@@ -33,6 +33,7 @@ TEST(HeadFile, LeavesEverythingButSerialNumberAndSceneOpen) {
     EXPECT_FALSE(head.drift.has_value());
     EXPECT_TRUE(head.faults.connect.empty());
     EXPECT_TRUE(head.faults.capture.empty());
+    EXPECT_TRUE(head.faults.update.empty());
     EXPECT_FALSE(head.faults.stopAfterImages.has_value());
     EXPECT_EQ(head.faults.delayS, 0.0);
 }
@@ -61,7 +62,8 @@ drift:
   projector: {focal: [-5, 6], centre: [0.03, 0.04]}
   translation: [0.001, 0.002, 0.003]
   rotation: [0.0001, 0.0002, 0.0003]
-faults: {connect: no answer, capture: too hot, afterCaptures: 4, stopAfterImages: 5, timeout: 0.5, delay: 0.25}
+faults: {connect: no answer, capture: too hot, afterCaptures: 4, stopAfterImages: 5, timeout: 0.5, delay: 0.25,
+         update: worn out}
 )");
     EXPECT_EQ(head.driver, "IDS");
     EXPECT_EQ(head.identity.modelName, "M 1");
@@ -120,6 +122,7 @@ faults: {connect: no answer, capture: too hot, afterCaptures: 4, stopAfterImages
     EXPECT_EQ(head.faults.stopAfterImages, 5U);
     EXPECT_EQ(head.faults.timeoutS, 0.5);
     EXPECT_EQ(head.faults.delayS, 0.25);
+    EXPECT_EQ(head.faults.update, "worn out");
 }
 
 TEST(HeadFile, DefaultGeometryScalesWithTheSensor) {
@@ -240,7 +243,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "'delay' is -1 but must be between 0 and 1e+06."},
         Refusal{"serialNumber: A\nscene: s\nfaults:\n  break: now\n", 4,
                 "unknown key 'break'; known here are afterCaptures, capture, connect, delay, stopAfterImages, "
-                "timeout."}));
+                "timeout, update."}));
 
 TEST(HeadFile, SaysThatAFileCannotBeRead) {
     EXPECT_EQ(wordsOf([] { (void)Virtual::loadHead("/nowhere/head.yml"); }), "'/nowhere/head.yml' cannot be read.");

@@ -139,30 +139,6 @@ TEST_F(Controller, CaptureOfAVanishedHeadIsAnErrorAndKeepsTheRecord) {
     EXPECT_EQ(controller_->record(), before);
 }
 
-class OtherFirmware : public Controller, public testing::WithParamInterface<const char*> {};
-
-TEST_P(OtherFirmware, IsNotInitialisedButUpdated) {
-    heads_.plug({.serialNumber = "T-1", .firmware = GetParam()});
-    Vorta::Test::ModalDriver boxes;
-    boxes.thenClick(QStringLiteral("OK"));
-    // The updater program is not part of this build tree.
-    try {
-        start();
-        FAIL() << "the updater cannot have run";
-    } catch (const RuntimeException& e) {
-        EXPECT_STREQ(e.what(), "Firmware updater cannot be started");
-    }
-    ASSERT_EQ(boxes.seen().size(), 1U);
-    EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("Firmware out of date"));
-    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("The firmware needs to be updated. If you do not want to update the "
-                                                   "firmware you need to close the application."));
-    EXPECT_EQ(boxes.seen()[0].defaultButton, QStringLiteral("OK"));
-    EXPECT_FALSE(controller_->status().connected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Firmware, OtherFirmware,
-                         testing::Values("VORTA 0.9.20", "VORTA 0.9.22", "'VORTA 0.9.21 '", "vorta 0.9.21"));
-
 TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
     heads_.plug({.serialNumber = "T-2"});
     Vorta::Test::ModalDriver boxes;

@@ -1,5 +1,6 @@
 #include "vorta/virtual/headfile.h"
 
+#include "vorta/common/requiredfirmware.h"
 #include "vorta/virtual/vec3.h"
 #include "vorta/yaml/yamlmap.h"
 
@@ -29,7 +30,7 @@ void readIdentity(const YamlMap& yaml, HeadDescription& head) {
     head.identity.serialNumber = yaml.text("serialNumber", "");
     if (head.identity.serialNumber.empty())
         yaml.fail("a head needs a 'serialNumber'.");
-    head.identity.firmwareVersion = yaml.text("firmware", "VORTA 0.9.21");
+    head.identity.firmwareVersion = yaml.text("firmware", requiredFirmware);
     head.identity.productRevision = revisions[yaml.choice("productRevision", 3, revisions)];
 }
 
@@ -155,7 +156,8 @@ Drift readDrift(const YamlMap& yaml) {
 
 Faults readFaults(const YamlMap& yaml) {
     constexpr std::uint64_t many = 1'000'000;
-    Faults faults{.connect = yaml.text("connect", ""), .capture = yaml.text("capture", "")};
+    Faults faults{
+        .connect = yaml.text("connect", ""), .capture = yaml.text("capture", ""), .update = yaml.text("update", "")};
     faults.afterCaptures = yaml.count("afterCaptures", faults.afterCaptures, 0, many);
     if (faults.capture.empty() && yaml.has("afterCaptures"))
         yaml.fail("afterCaptures", "'afterCaptures' needs the 'capture' fault that sets in then.");

@@ -2,11 +2,11 @@
 
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
+#include "vorta/virtual/headfolder.h"
 #include "vorta/virtual/virtualhead.h"
 #include "vorta/yaml/words.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -15,7 +15,6 @@ namespace Vorta::Virtual {
 namespace {
 
 constexpr const char* source = "VortaCamera/VirtualDriver";
-constexpr const char* variable = "VORTA_VIRTUAL_HEADS";
 
 } // namespace
 
@@ -30,21 +29,10 @@ void VirtualDriver::warnOnce(const std::string& message) {
 }
 
 std::vector<std::filesystem::path> VirtualDriver::files() {
-    // Nothing sets variables while a driver works.
-    const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
-    std::vector<std::filesystem::path> found;
-    if (!value || *value == '\0')
-        return found;
-    const std::filesystem::path folder = value;
-    std::error_code failure;
-    for (std::filesystem::directory_iterator it(folder, failure), end; !failure && it != end; it.increment(failure))
-        if (it->path().extension() == ".yml")
-            found.push_back(it->path());
-    warnOnce(failure ? "The folder " + inQuotes(folder.string()) + " of virtual heads (" + variable +
-                           ") cannot be read: " + failure.message() + "."
-                     : std::string());
-    std::ranges::sort(found);
-    return found;
+    HeadFolder folder = lookIntoHeadFolder();
+    if (!folder.path.empty())
+        warnOnce(folder.failure);
+    return std::move(folder.files);
 }
 
 const std::optional<HeadDescription>& VirtualDriver::read(const std::filesystem::path& file) {
@@ -73,11 +61,7 @@ std::vector<HeadDescription> VirtualDriver::plugged() {
         if (description && description->driver == name_)
             heads.push_back(*description);
     }
-    // Of two files with one serial number the first by name counts.
-    const auto serial = [](const HeadDescription& head) { return head.identity.serialNumber; };
-    std::ranges::stable_sort(heads, {}, serial);
-    const auto same = [&](const auto& a, const auto& b) { return serial(a) == serial(b); };
-    heads.erase(std::unique(heads.begin(), heads.end(), same), heads.end());
+    keepHeadsThatCount(heads);
     return heads;
 }
 

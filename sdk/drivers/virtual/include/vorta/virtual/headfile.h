@@ -42,6 +42,7 @@ struct Faults {
     std::optional<std::uint64_t> stopAfterImages = {}; ///< of each capture
     double timeoutS = 2.0;                             ///< for which a missing image is waited for
     double delayS = 0.0;                               ///< that each capture takes longer
+    std::string update;                                ///< why it keeps its firmware when another is written
 };
 
 /// One virtual head as its file states it.
