@@ -71,7 +71,8 @@ TEST(Application, SaysWhyADriverIsRefused) {
                 expected(noEntry, "it is a library without the entry point 'vortaCreateDriver'."));
     const std::string version = VORTA_BIN_DIR "/VortaTestDriverVersion.dll";
     EXPECT_THAT(complaint(application, version),
-                expected(version, "it was built for another version of the driver interface than 2."));
+                expected(version, "it was built for another version of the driver interface than " +
+                                      std::to_string(Driver::interfaceVersion) + "."));
     const std::string throws = VORTA_BIN_DIR "/VortaTestDriverThrows.dll";
     EXPECT_THAT(complaint(application, throws), expected(throws, "it failed to start: the licence key is missing"));
     EXPECT_THAT(complaint(application, ""), HasSubstr("cannot be loaded"));
