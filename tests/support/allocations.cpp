@@ -31,6 +31,7 @@ std::size_t largeAllocationCount() {
     return largeCount;
 }
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): what manages memory stands on these functions
 void* operator new(std::size_t size) {
     return counted(std::malloc(size > 0 ? size : 1), size);
 }
@@ -55,3 +56,4 @@ void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
 void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
     std::free(memory);
 }
+// NOLINTEND(cppcoreguidelines-no-malloc)

@@ -73,7 +73,7 @@ namespace {
 
 double opticsTemperature(const Settings& settings, const Driver::Temperatures& temperatures) {
     using Given = Internal::Projector::VirtualTemperature;
-    const Given& given = settings.getSettingsInternal().get<Given>();
+    const auto& given = settings.getSettingsInternal().get<Given>();
     // The setting has no value that means "none": its default stands for that.
     return temperatures.lens.value_or(given == Given() ? temperatures.head : given.value());
 }
