@@ -16,6 +16,7 @@ constexpr qint64 layoutIntervalMs = 40;
 LogTable::LogTable(int columns, QWidget* parent) : QTableWidget(0, columns, parent) {
     layout_.setSingleShot(true);
     connect(&layout_, &QTimer::timeout, this, &LogTable::layOutNow);
+    // The view's own answer to each new row.
     disconnect(verticalHeader(), &QHeaderView::sectionCountChanged, this, nullptr);
     connect(verticalHeader(), &QHeaderView::sectionCountChanged, this, &LogTable::putOffLayout);
 }
