@@ -1,7 +1,7 @@
 #include "camera/recordkernels.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace Vorta::RecordKernels {
 
@@ -37,7 +37,7 @@ DepthRange build(std::span<const Point> points, const ClassificationLimits& limi
 }
 
 void hide(std::span<const Point> points, const std::uint8_t* mask, Point* to) {
-    std::memcpy(to, points.data(), points.size_bytes());
+    std::ranges::copy(points, to);
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     for (std::size_t i = 0; i < points.size(); ++i) {
         if (mask[i] == MaskCode::valid)

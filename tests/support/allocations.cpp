@@ -12,10 +12,23 @@ namespace {
 std::atomic<std::size_t> count = 0;
 std::atomic<std::size_t> largeCount = 0;
 
-void* counted(void* memory, std::size_t size) {
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): what manages memory stands on these functions
+void* allocate(std::size_t size) {
     ++count;
     if (size >= largeAllocation)
         ++largeCount;
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* allocate(std::size_t size, std::align_val_t alignment) {
+    ++count;
+    if (size >= largeAllocation)
+        ++largeCount;
+    const auto step = static_cast<std::size_t>(alignment);
+    return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+
+void* orThrow(void* memory) {
     if (memory)
         return memory;
     throw std::bad_alloc();
@@ -31,14 +44,20 @@ std::size_t largeAllocationCount() {
     return largeCount;
 }
 
-// NOLINTBEGIN(cppcoreguidelines-no-malloc): what manages memory stands on these functions
 void* operator new(std::size_t size) {
-    return counted(std::malloc(size > 0 ? size : 1), size);
+    return orThrow(allocate(size));
 }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
-    const auto step = static_cast<std::size_t>(alignment);
-    return counted(std::aligned_alloc(step, (size + step - 1) / step * step), size);
+    return orThrow(allocate(size, alignment));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return allocate(size);
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept {
+    return allocate(size, alignment);
 }
 
 void operator delete(void* memory) noexcept {

@@ -12,6 +12,7 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <string>
 
 namespace Vorta::Tool {
 
@@ -63,7 +64,7 @@ struct Arguments {
     std::uint64_t frames = 0;
 };
 
-/// Why live acquisition ended: what the library said last.
+/// What the library said last of what went wrong; empty when it said nothing.
 class LastError {
 public:
     void add(const Log::Event& event) {
@@ -80,8 +81,16 @@ public:
 
 private:
     std::mutex mutex_;
-    std::string text_ = "Live acquisition has ended.";
+    std::string text_;
 };
+
+/// Why live acquisition is over: as the library put it, or, where it has not noticed yet, what the camera's state says.
+std::string endOfLive(const Camera& camera, const std::string& lastError) {
+    if (!lastError.empty())
+        return lastError;
+    return "Camera '" + camera.serialNumber().toString() +
+           (camera.state().connected ? "' has ended live acquisition." : "' has vanished during live acquisition.");
+}
 
 void live(const Arguments& arguments) {
     const Settings settings = arguments.measurement.settings();
@@ -103,7 +112,7 @@ void live(const Arguments& arguments) {
         std::uint64_t count = 0;
         while ((count = frames->waitFor(arguments.frames)) < arguments.frames) {
             if (!camera.state().live)
-                throw RuntimeException(lastError->text());
+                throw RuntimeException(endOfLive(camera, lastError->text()));
             progress.show((boost::format("%d of %d frames, %.1f per second") % count % arguments.frames %
                            frames->framesPerSecond())
                               .str());
