@@ -358,9 +358,8 @@ TEST_F(CameraTest, DisconnectingEndsACaptureThatWouldTakeForEver) {
     heads.plug({.serialNumber = "T-1", .faults = "delay: 100000"});
     camera.connect();
     // Whether the capture has begun by then or not, it ends.
-    auto ended = std::async(std::launch::async, [this] {
-        return messageOf<Exception>([this] { static_cast<void>(camera.capture()); });
-    });
+    auto ended = std::async(std::launch::async,
+                            [this] { return messageOf<Exception>([this] { static_cast<void>(camera.capture()); }); });
     camera.disconnect();
     EXPECT_THAT(ended.get(), AnyOf(HasSubstr("The head 'T-1' is being closed."), HasSubstr("is not connected.")));
     EXPECT_FALSE(camera.state().opened);

@@ -119,8 +119,8 @@ public:
     /// Projects the sequence and writes one image per pattern into `images`, which is resized as needed.
     virtual void acquire(const PatternSequence& sequence, ImageStack& images) = 0;
 
-    /// The head is about to be closed: an `acquire` that is under way ends soon by throwing, a later one at once. May be
-    /// called from any thread. Heads that never keep their caller waiting need not do anything.
+    /// The head is about to be closed: an `acquire` that is under way ends soon by throwing, a later one at once. May
+    /// be called from any thread. Heads that never keep their caller waiting need not do anything.
     virtual void cancel() noexcept {}
 
     /// What this head replays; empty for heads that measure.
