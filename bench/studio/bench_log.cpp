@@ -87,6 +87,7 @@ void logMessages(benchmark::State& state, int messagesPerThread, std::chrono::mi
         const std::clock_t cpu = std::clock();
         const auto start = Clock::now();
         std::vector<std::thread> threads;
+        threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread)
             threads.emplace_back(post, thread, messagesPerThread, pause);
         GapMeter meter;

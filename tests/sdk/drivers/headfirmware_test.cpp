@@ -168,6 +168,7 @@ TEST(HeadFolder, FirstFileOfASerialNumberCountsForEachDriver) {
     std::vector heads{head("1", "B", "IDS"), head("2", "A", "IDS"), head("3", "B", "PtGrey"), head("4", "B", "IDS")};
     Virtual::keepHeadsThatCount(heads);
     std::vector<std::string> files;
+    files.reserve(heads.size());
     for (const Virtual::HeadDescription& kept : heads)
         files.push_back(kept.file.string());
     EXPECT_THAT(files, ElementsAre("2", "1", "3"));

@@ -37,7 +37,7 @@ QByteArray contents(const QString& path) {
 
 class FirmwareUpdate : public testing::Test {
 protected:
-    ~FirmwareUpdate() override { qputenv("PATH", searchPath_); }
+    void TearDown() override { qputenv("PATH", searchPath_); }
 
     void SetUp() override {
         ASSERT_FALSE(QFile::exists(besideApplication())) << "the search path would not decide";

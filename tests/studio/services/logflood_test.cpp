@@ -42,6 +42,7 @@ void post(int thread, int number) {
 template <class Work>
 std::vector<std::thread> onFourThreads(Work work) {
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread)
         threads.emplace_back(work, thread);
     return threads;
