@@ -28,9 +28,8 @@ bool isPlain(std::string_view value) {
 std::optional<std::size_t> quotedLength(std::string_view token) {
     const char quote = token.front();
     for (std::size_t i = 1; i < token.size() && token[i] != '\n'; ++i) {
-        if (quote == '"' && token[i] == '\\')
-            ++i;
-        else if (token[i] == quote && quote == '\'' && token.substr(i + 1).starts_with(quote))
+        const bool escapes = quote == '"' ? token[i] == '\\' : token.substr(i).starts_with("''");
+        if (escapes)
             ++i;
         else if (token[i] == quote)
             return i + 1;

@@ -30,8 +30,8 @@ HeadFolder lookIntoHeadFolder() {
 void keepHeadsThatCount(std::vector<HeadDescription>& heads) {
     const auto plug = [](const HeadDescription& head) { return std::tie(head.identity.serialNumber, head.driver); };
     std::ranges::stable_sort(heads, {}, plug);
-    const auto hidden = std::ranges::unique(heads, {}, plug);
-    heads.erase(hidden.begin(), hidden.end());
+    const auto same = [&](const HeadDescription& a, const HeadDescription& b) { return plug(a) == plug(b); };
+    heads.erase(std::unique(heads.begin(), heads.end(), same), heads.end());
 }
 
 } // namespace Vorta::Virtual
