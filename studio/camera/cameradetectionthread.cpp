@@ -3,15 +3,13 @@
 #include "vorta/api/application.h"
 #include "vorta/common/log.h"
 
-#include <QMutexLocker>
-
 #include <exception>
 
 namespace Vorta {
 
 namespace {
 
-constexpr unsigned long searchIntervalMs = 500;
+constexpr std::chrono::milliseconds searchInterval{500};
 
 // A driver that stumbles over one search must not end the search for good.
 bool anyCamera(Application& application) {
@@ -34,21 +32,25 @@ VortaCameraDetectionThread::~VortaCameraDetectionThread() {
 }
 
 void VortaCameraDetectionThread::requestStop() {
-    const QMutexLocker lock{&mutex_};
-    stopRequested_ = true;
-    stopping_.wakeAll();
+    {
+        const std::lock_guard lock(mutex_);
+        stopRequested_ = true;
+    }
+    stopping_.notify_all();
+}
+
+bool VortaCameraDetectionThread::stopsWithin(std::chrono::milliseconds time) {
+    std::unique_lock lock(mutex_);
+    return stopping_.wait_for(lock, time, [this] { return stopRequested_; });
 }
 
 void VortaCameraDetectionThread::run() {
-    while (!stopRequested_) {
-        if (anyCamera(application_)) {
-            if (!stopRequested_)
-                Q_EMIT cameraAvailable();
-            return;
-        }
-        QMutexLocker lock{&mutex_};
-        if (!stopRequested_)
-            stopping_.wait(&mutex_, searchIntervalMs);
+    for (std::chrono::milliseconds pause{0}; !stopsWithin(pause); pause = searchInterval) {
+        if (!anyCamera(application_))
+            continue;
+        if (!stopsWithin(std::chrono::milliseconds{0}))
+            Q_EMIT cameraAvailable();
+        return;
     }
 }
 

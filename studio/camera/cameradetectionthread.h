@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QMutex>
 #include <QThread>
-#include <QWaitCondition>
 
-#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 
 namespace Vorta {
 
@@ -31,10 +31,13 @@ protected:
     void run() override;
 
 private:
+    /// Waits for the next search; true when there is to be none.
+    bool stopsWithin(std::chrono::milliseconds time);
+
     Application& application_;
-    std::atomic<bool> stopRequested_{false};
-    QMutex mutex_;
-    QWaitCondition stopping_;
+    std::mutex mutex_;
+    std::condition_variable stopping_;
+    bool stopRequested_ = false;
 };
 
 } // namespace Vorta

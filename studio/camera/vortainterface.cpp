@@ -59,6 +59,7 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
     const auto overtaken = [this, attempt] { return attempt != connectAttempts_; };
     pollTimer_.stop();
     detectionThread_.reset(); // this attempt looks for itself
+    awaitInitialization();
     computeDevice_ = device;
     status_.connected = false;
     status_.stateFlag = false;
@@ -79,7 +80,6 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
     const Camera chosen = chooseCamera(cameras);
     if (overtaken())
         return;
-    awaitInitialization();
     camera_ = chosen;
     if (camera_.firmwareVersion() != requiredFirmware) {
         runFirmwareUpdate();
@@ -157,7 +157,7 @@ void VortaInterface::startInitialization() {
     initializerThread_->start();
 }
 
-/// The camera and the settings are the initializer thread's while that runs.
+/// The camera, the settings and the device are the initializer thread's while that runs.
 void VortaInterface::awaitInitialization() {
     if (initializerThread_)
         initializerThread_->wait();

@@ -109,7 +109,7 @@ TEST_F(Capture, RawDeliversWhatTheProjectorShowed) {
     controller_->measure(request);
     EXPECT_FALSE(controller_->status().live);
     ASSERT_EQ(records_->count(), 1);
-    EXPECT_EQ(clouds_->count(), 1);
+    EXPECT_EQ(clouds_, 1);
     // A plane seen by the middle pixel: the projector's column lies within its image and grows to the right.
     const PointCloud& cloud = controller_->record()->pointCloud();
     EXPECT_EQ(cloud(75, 121).z, 1.0F);

@@ -64,7 +64,12 @@ protected:
         warnings_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::warningMessage);
         records_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::pointCloudDataUpdated);
         statuses_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::statusChanged);
-        clouds_ = std::make_unique<QSignalSpy>(controller_.get(), &VortaInterface::deviceCloudUpdated);
+        // No spy: it would count on the library's threads.
+        QObject::connect(controller_.get(), &VortaInterface::deviceCloudUpdated, controller_.get(),
+                         [this](const DeviceCloud& cloud) {
+                             ++clouds_;
+                             lastCloud_ = cloud;
+                         });
         controller_->connectCamera(ComputeDevice{});
     }
 
@@ -105,7 +110,8 @@ protected:
     std::unique_ptr<QSignalSpy> warnings_;
     std::unique_ptr<QSignalSpy> records_;
     std::unique_ptr<QSignalSpy> statuses_;
-    std::unique_ptr<QSignalSpy> clouds_;
+    int clouds_ = 0; ///< that came for the view, and the last of them
+    DeviceCloud lastCloud_;
 };
 
 } // namespace Vorta::Test
