@@ -1,7 +1,7 @@
 #pragma once
 
 #include "polynomialkernel.h"
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include "vorta/driver/calibration.h"
 

@@ -1,7 +1,7 @@
 #include "vorta/reconstruction/hdr.h"
 
 #include "tonemap.h"
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include "vorta/common/exceptions.h"
 

@@ -7,7 +7,7 @@
 #include "patchfilter.h"
 #include "rowcolour.h"
 #include "triangulator.h"
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include "vorta/common/exceptions.h"
 

@@ -3,7 +3,7 @@
 #include "depthpolynomials.h"
 #include "geometry.h"
 #include "kernels.h"
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include "vorta/driver/calibration.h"
 #include "vorta/reconstruction/reconstructor.h"

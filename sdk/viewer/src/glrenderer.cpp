@@ -14,8 +14,6 @@ namespace Vorta {
 namespace {
 
 constexpr int depthBits = 24;
-/// Points near the eye grow no wider than this, physical pixels.
-constexpr float widestPoint = 48.0F;
 
 bool drawsOnProcessor(std::string_view renderer) {
     constexpr std::array<std::string_view, 6> names{"llvmpipe",    "softpipe",    "Software Rasterizer",
@@ -187,8 +185,9 @@ void GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
     program.setUniformValue("eye", toQt(frame.eye));
     program.setUniformValue("projection", toQt(frame.projection));
     program.setUniformValue("pointScale", frame.pointScale);
-    program.setUniformValue("widestPoint", widestPoint);
+    program.setUniformValue("widestPoint", FrameSettings::widestPoint);
     program.setUniformValue("colored", frame.colored);
+    program.setUniformValueArray("depthColors", depthColors.front().data(), static_cast<int>(depthColors.size()), 3);
     program.setUniformValue("depthRange", frame.nearestZ, frame.farthestZ);
     {
         const QOpenGLVertexArrayObject::Binder binder(&shown.array);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cloudgrid.h"
-#include "viewgeometry.h"
+#include "framesettings.h"
 
 #include <QtCore/QPointer>
 #include <QtGui/QImage>
@@ -21,26 +21,6 @@
 class QOpenGLFunctions_3_3_Core;
 
 namespace Vorta {
-
-/// Which of the two versions of the cloud in graphics memory.
-enum class CloudDetail { Full, Coarse };
-
-/// All that decides how a frame looks, but for the cloud itself.
-struct FrameSettings {
-    CloudDetail detail = CloudDetail::Full;
-    bool meshed = false;
-    bool colored = true;
-    std::array<float, 4> background{};
-    GlMatrix eye{};
-    GlMatrix projection{};
-    /// Width of a point that is 1 mm (object unit) away from the eye, physical pixels.
-    float pointScale = 1.0F;
-    /// Range of z in the camera's frame that depth colours span.
-    float nearestZ = 0.0F;
-    float farthestZ = 1.0F;
-
-    [[nodiscard]] bool operator==(const FrameSettings&) const = default;
-};
 
 /// An OpenGL 3.3 core context on somebody's window with the cloud in its memory. Frees all of it when destroyed, which
 /// must happen before the window's native surface goes away.

@@ -13,17 +13,15 @@ uniform float pointScale;
 uniform float widestPoint;
 uniform bool colored;
 uniform vec2 depthRange;
+uniform vec3 depthColors[5];
 out vec3 color;
 out vec3 eyePosition;
 
-// Light for near, through green and blue to dark for far: lightness falls evenly, so that shape shows in it.
 vec3 depthColor(float z)
 {
-    const vec3 stops[5] = vec3[5](vec3(0.98, 0.93, 0.62), vec3(0.56, 0.83, 0.44), vec3(0.16, 0.65, 0.55),
-                                  vec3(0.18, 0.42, 0.58), vec3(0.27, 0.20, 0.44));
     float t = 4.0 * clamp((z - depthRange.x) / (depthRange.y - depthRange.x), 0.0, 1.0);
     int i = min(int(t), 3);
-    return mix(stops[i], stops[i + 1], t - float(i));
+    return mix(depthColors[i], depthColors[i + 1], t - float(i));
 }
 
 void main()

@@ -24,7 +24,7 @@ constexpr int refineDelayMs = 150;
 /// How many points the initial view is fitted to.
 constexpr std::size_t fitPoints = 20'000;
 /// What drawing is expected to cost on the processor until it has been measured, ns.
-constexpr double softwarePointNs = 100.0;
+constexpr double splatNs = 12.0;
 constexpr double softwareMeshPointNs = 150.0;
 /// How many points are searched for the depth below the cursor.
 constexpr double pickPoints = 150e3;
@@ -73,9 +73,11 @@ bool VortaViewer::Impl::ensureRenderer() {
         Log::warning(logSource, __LINE__, "The 3D view cannot draw: %s", errorText_);
         return false;
     }
+    if (renderer_->software())
+        splats_ = std::make_unique<SplatRenderer>(*window_);
     if (device_.name() != renderer_->name()) {
         device_ = ComputeDevice(renderer_->name());
-        pointBudget_ = FrameBudget(renderer_->software() ? softwarePointNs : 0.0);
+        pointBudget_ = FrameBudget(splats_ ? splatNs : 0.0);
         meshBudget_ = FrameBudget(renderer_->software() ? softwareMeshPointNs : 0.0);
         Log::info(logSource, __LINE__, "The 3D view draws with %s", renderer_->name());
     }
@@ -85,6 +87,7 @@ bool VortaViewer::Impl::ensureRenderer() {
 void VortaViewer::Impl::releaseRenderer() {
     refine_.stop();
     shown_.reset();
+    splats_.reset();
     renderer_.reset();
     fullUploaded_ = false;
     fullMeshed_ = false;
@@ -266,18 +269,18 @@ bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
     resized_ = false;
     const std::size_t stride = strideFor(moving);
     const CloudDetail detail = stride == 1 ? CloudDetail::Full : CloudDetail::Coarse;
-    if (!prepare(detail, stride))
-        return contextLost();
+    const CloudGrid& grid = gridFor(detail, stride);
     const FrameSettings frame = frameSettings(detail);
     if (uncovered || shown_ != frame) {
         QElapsedTimer clock;
         clock.start();
-        if (!renderer_->drawToWindow(frame))
+        if (splatted(frame))
+            splats_->drawToWindow(grid.vertices(), frame);
+        else if (!upload(grid, detail, stride) || !renderer_->drawToWindow(frame))
             return contextLost();
         shown_ = frame;
-        const CloudGrid& drawn = detail == CloudDetail::Full ? full_ : coarse_;
         FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
-        budget.measured(drawn.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
+        budget.measured(grid.vertices().size(), static_cast<double>(clock.nsecsElapsed()) * 1e-6);
     }
     if (stride > 1 && !streaming_)
         refine_.start();
@@ -292,15 +295,21 @@ bool VortaViewer::Impl::contextLost() {
     return false;
 }
 
-bool VortaViewer::Impl::prepare(CloudDetail detail, std::size_t stride) {
+const CloudGrid& VortaViewer::Impl::gridFor(CloudDetail detail, std::size_t stride) {
     const bool whole = detail == CloudDetail::Full;
     if (whole || coarseStride_ != stride)
         makeFullGrid();
-    if (!whole && coarseStride_ != stride) {
+    if (whole)
+        return full_;
+    if (coarseStride_ != stride) {
         coarse_.subsample(full_, stride);
         coarseStride_ = stride;
     }
-    const CloudGrid& grid = whole ? full_ : coarse_;
+    return coarse_;
+}
+
+bool VortaViewer::Impl::upload(const CloudGrid& grid, CloudDetail detail, std::size_t stride) {
+    const bool whole = detail == CloudDetail::Full;
     if (whole ? !fullUploaded_ : coarseUploaded_ != stride) {
         if (!renderer_->uploadPoints(detail, grid.vertices()))
             return false;
@@ -339,12 +348,16 @@ FrameSettings VortaViewer::Impl::frameSettings(CloudDetail detail) const {
 }
 
 QImage VortaViewer::Impl::image() {
-    QImage picture;
-    if (!window_ || !ensureRenderer() || !prepare(CloudDetail::Full, 1))
-        return picture;
+    if (!window_ || !ensureRenderer())
+        return {};
+    const CloudGrid& grid = gridFor(CloudDetail::Full, 1);
+    const FrameSettings frame = frameSettings(CloudDetail::Full);
     const double ratio = window_->devicePixelRatio();
     const QSize size(static_cast<int>(trackball_->width() * ratio), static_cast<int>(trackball_->height() * ratio));
-    if (!renderer_->drawToImage(frameSettings(CloudDetail::Full), size, picture))
+    QImage picture;
+    if (splatted(frame))
+        picture = splats_->drawToImage(grid.vertices(), frame, size);
+    else if (!upload(grid, CloudDetail::Full, 1) || !renderer_->drawToImage(frame, size, picture))
         return {};
     picture.setDevicePixelRatio(ratio);
     return picture;

@@ -3,6 +3,7 @@
 #include "cloudgrid.h"
 #include "framebudget.h"
 #include "glrenderer.h"
+#include "splatrenderer.h"
 #include "vorta/viewer/vortaviewer.h"
 #include "vorta/viewer/vtrackball.h"
 
@@ -64,12 +65,18 @@ private:
     [[nodiscard]] bool drawFrame(bool moving, bool uncovered = false);
     [[nodiscard]] bool contextLost();
     [[nodiscard]] std::size_t strideFor(bool moving);
-    [[nodiscard]] bool prepare(CloudDetail detail, std::size_t stride);
+    /// The points of a frame.
+    [[nodiscard]] const CloudGrid& gridFor(CloudDetail detail, std::size_t stride);
+    /// Whether a frame is drawn without OpenGL.
+    [[nodiscard]] bool splatted(const FrameSettings& frame) const { return splats_ && !frame.meshed; }
+    [[nodiscard]] bool upload(const CloudGrid& grid, CloudDetail detail, std::size_t stride);
     [[nodiscard]] FrameSettings frameSettings(CloudDetail detail) const;
     [[nodiscard]] std::optional<double> depthAtPixel(double x, double y);
 
     QPointer<QWindow> window_;
     std::unique_ptr<GlRenderer> renderer_;
+    /// Where OpenGL is computed by the processor: draws points faster.
+    std::unique_ptr<SplatRenderer> splats_;
     ComputeDevice device_;
     std::string errorText_;
     std::shared_ptr<VTrackBall> trackball_;

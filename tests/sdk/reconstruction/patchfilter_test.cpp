@@ -1,6 +1,6 @@
 #include "patchfilter.h"
 
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include "vorta/common/exceptions.h"
 
@@ -19,7 +19,6 @@ namespace {
 
 using namespace Vorta;
 using Reconstruction::PatchFilter;
-using Reconstruction::WorkerPool;
 
 constexpr float nothing = std::numeric_limits<float>::quiet_NaN();
 

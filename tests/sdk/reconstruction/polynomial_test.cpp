@@ -21,7 +21,6 @@ namespace {
 using namespace Vorta;
 using Reconstruction::ReconstructorOptions;
 using Reconstruction::Triangulator;
-using Reconstruction::WorkerPool;
 namespace Kernels = Reconstruction::Kernels;
 namespace PolynomialKernel = Reconstruction::PolynomialKernel;
 

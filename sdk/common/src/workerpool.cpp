@@ -1,9 +1,9 @@
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include <algorithm>
 #include <system_error>
 
-namespace Vorta::Reconstruction {
+namespace Vorta {
 
 WorkerPool::WorkerPool(std::size_t threads) {
     const std::size_t count = threads > 0 ? threads : std::max<std::size_t>(1, std::thread::hardware_concurrency());
@@ -62,4 +62,4 @@ void WorkerPool::takeBlocks(std::unique_lock<std::mutex>& lock, std::size_t thre
     }
 }
 
-} // namespace Vorta::Reconstruction
+} // namespace Vorta

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vorta/common/export.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -7,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-namespace Vorta::Reconstruction {
+namespace Vorta {
 
 /// Threads that share the rows of one image after another. They sleep between the calls of `forEachBlock`.
-class WorkerPool {
+class VORTA_COMMON_EXPORT WorkerPool {
 public:
     /// `threads` counts the caller of `forEachBlock` too; 0 = one per core.
     explicit WorkerPool(std::size_t threads);
@@ -39,4 +41,4 @@ private:
     std::vector<std::thread> workers_;
 };
 
-} // namespace Vorta::Reconstruction
+} // namespace Vorta

@@ -1,4 +1,4 @@
-#include "workerpool.h"
+#include "vorta/common/workerpool.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using Vorta::Reconstruction::WorkerPool;
+using Vorta::WorkerPool;
 
 TEST(WorkerPool, OneThreadPerCoreByDefault) {
     EXPECT_EQ(WorkerPool(0).size(), std::max(1U, std::thread::hardware_concurrency()));
