@@ -33,8 +33,9 @@ inline double median(std::vector<double> values) {
 
 /// Registers a benchmark whose time is ours and whose counters hold the reference's time and the ratios ours /
 /// reference, as medians over all iterations. `cpuLimit` and `wallLimit` (0: none) are printed beside the ratios.
-inline benchmark::internal::Benchmark* compare(const char* name, std::function<void()> ours,
-                                               std::function<void()> reference, double cpuLimit, double wallLimit = 0) {
+inline benchmark::internal::Benchmark* compare(const char* name, const std::function<void()>& ours,
+                                               const std::function<void()>& reference, double cpuLimit,
+                                               double wallLimit = 0) {
     const auto run = [=](benchmark::State& state) {
         reference();
         ours();

@@ -89,7 +89,7 @@ public:
 
     /// Writes `<name>.yml` with any text, also a broken one.
     std::filesystem::path plugText(const std::string& name, const std::string& text) {
-        const std::filesystem::path file = folder_ / (name + ".yml");
+        std::filesystem::path file = folder_ / (name + ".yml");
         write(file, text);
         return file;
     }

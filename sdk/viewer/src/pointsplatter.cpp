@@ -109,7 +109,7 @@ public:
         if (own_)
             return 0xff000000U | std::uint32_t{v.red} << 16U | std::uint32_t{v.green} << 8U | v.blue;
         const float step = std::clamp((v.z - nearestZ_) * stepsPerMm_, 0.0F, static_cast<float>(depthSteps - 1));
-        return depthTable[static_cast<std::size_t>(step + 0.5F)];
+        return depthTable[static_cast<std::size_t>(step)];
     }
 
 private:

@@ -137,7 +137,7 @@ inline Frame smallFrame() {
     Settings settings;
     settings.set("Iris", "17");
     settings.set("Filters/Contrast/Threshold", "3.25");
-    settings.set("Camera/MeasurementFile", "C:\\data\\\"a\".vdf");
+    settings.set("Camera/MeasurementFile", R"(C:\data\"a".vdf)");
     FrameInfo info{.head = {.modelName = "VORTA Test",
                             .serialNumber = "T-0001",
                             .firmwareVersion = "VORTA 0.9.21",

@@ -21,7 +21,6 @@ namespace {
 using namespace Vorta;
 using Reconstruction::ReconstructorOptions;
 using Reconstruction::Triangulator;
-namespace Kernels = Reconstruction::Kernels;
 namespace PolynomialKernel = Reconstruction::PolynomialKernel;
 
 constexpr ReconstructorOptions polynomial{.method = ReconstructorOptions::Method::Polynomial};
@@ -125,7 +124,7 @@ TEST(Polynomial, TriangulationAgrees) {
 
 TEST(Polynomial, StrongerLensesTakeMoreTerms) {
     const auto degree = [](const Driver::Calibration& head) {
-        std::vector<float> x(243U * 150U), y(x.size());
+        std::vector<float> x(std::size_t{243} * 150), y(x.size());
         const Reconstruction::CameraRays rays(head.camera);
         for (std::size_t row = 0; row < 150; ++row)
             rays.row(row, &x[row * 243], &y[row * 243]);

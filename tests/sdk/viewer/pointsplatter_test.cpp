@@ -11,9 +11,7 @@ namespace {
 
 using Vorta::CloudVertex;
 using Vorta::FrameSettings;
-using Vorta::PixelGrid;
 using Vorta::PointSplatter;
-using Vorta::VTrackBall;
 
 constexpr std::uint32_t background = 0xff336699;
 
@@ -166,7 +164,7 @@ TEST_F(Splatter, ManyPointsOnAllThreadsMakeTheSamePictureAsOneByOne) {
     std::vector<std::uint32_t> expected(width * height, background);
     std::vector<bool> doubtful(width * height, false);
     for (const CloudVertex& v : vertices) {
-        const double z = static_cast<double>(v.z);
+        const auto z = static_cast<double>(v.z);
         const double x = 50.0 + 100.0 * static_cast<double>(v.x) / z;
         const double y = 30.0 + 100.0 * static_cast<double>(v.y) / z;
         const double half = 0.5 * std::clamp(100.0 / z, 1.0, 48.0);

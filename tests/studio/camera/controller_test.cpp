@@ -8,7 +8,6 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::waitFor;
 
 class Controller : public Vorta::Test::ControllerTest {};
 
