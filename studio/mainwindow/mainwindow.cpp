@@ -14,11 +14,14 @@
 #include <QCloseEvent>
 #include <QColorDialog>
 #include <QDockWidget>
+#include <QDragEnterEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QTimer>
 #include <QToolBar>
+#include <QUrl>
 
 #include <utility>
 
@@ -47,11 +50,21 @@ ImageViewer* makeViewer(const QString& name) {
     return viewer;
 }
 
+/// The data file that is dragged; empty when it is something else.
+QString draggedDataFile(const QMimeData& data) {
+    const QList<QUrl> urls = data.urls();
+    if (urls.size() != 1 || !urls.front().isLocalFile())
+        return {};
+    const QString fileName = urls.front().toLocalFile();
+    return fileName.endsWith(QLatin1String(".vdf"), Qt::CaseInsensitive) ? fileName : QString();
+}
+
 } // namespace
 
 MainWindow::MainWindow(Vorta::VortaInterface& controller, QWidget* parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags), controller_(controller), fileCommands_(controller, *this) {
     setWindowTitle(QStringLiteral("Vorta Studio"));
+    setAcceptDrops(true);
     createViews();
     createActions();
     createMenus();
@@ -222,6 +235,19 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
 }
 
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!draggedDataFile(*event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    const QString fileName = draggedDataFile(*event->mimeData());
+    if (fileName.isEmpty())
+        return;
+    event->acceptProposedAction();
+    openFile(fileName);
+}
+
 void MainWindow::openFile(const QString& fileName) {
     fileCommands_.openFile(fileName);
 }
@@ -280,6 +306,12 @@ void MainWindow::slotHandleStateChange(const Vorta::CameraStatus& status) {
         pointCloudView_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     }
 }
+
+void MainWindow::grab() {
+    slotShowMessage(QStringLiteral("Grab"), QStringLiteral("Test grabbing"));
+}
+
+void MainWindow::startContinuous() {}
 
 void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record) {
     if (!controller_.status().live) {

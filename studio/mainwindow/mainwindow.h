@@ -58,6 +58,9 @@ public Q_SLOTS:
     void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
     /// Keeps the 3D view at its size while live acquisition runs.
     void slotHandleStateChange(const Vorta::CameraStatus& status);
+    /// Kept for whoever calls slots by name: captures go through the controller.
+    void grab();
+    void startContinuous();
     void restoreGeometryAndState();
     void toggleRgb();
     void toggleMeshing();
@@ -68,6 +71,9 @@ public Q_SLOTS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    /// A data file that is dropped on the window is opened.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void createViews();

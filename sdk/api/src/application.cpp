@@ -87,6 +87,7 @@ std::vector<Camera> ApplicationImpl::cameras() {
     const std::lock_guard lock(state_->mutex);
     if (state_->chosen != driver)
         return {}; // another driver was chosen meanwhile: these are no longer its heads
+    cameras.reserve(heads.size());
     for (const Driver::HeadIdentity& head : heads)
         cameras.push_back(state_->cameraFor(head));
     return cameras;

@@ -85,7 +85,8 @@ std::uint32_t fletcher32(std::span<const std::byte> bytes) noexcept {
         std::uint32_t blockFirst = 0;
         std::uint32_t blockSecond = 0;
         for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint32_t word = (number(block[2 * i]) << 8U) | number(block[2 * i + 1]);
+            const std::byte* const pair = block + 2 * std::size_t{i};
+            const std::uint32_t word = (number(pair[0]) << 8U) | number(pair[1]);
             blockFirst += word;
             blockSecond += (count - i) * word;
         }

@@ -70,8 +70,10 @@ std::optional<Filter> filterOf(hid_t properties, unsigned index, std::size_t ele
 } // namespace
 
 ChunkedVariable::ChunkedVariable(const File& file, const std::string& wholeName, const VariableInfo& info)
-    : file_(file), name_(wholeName), fileBytes_(file.isWritten() ? 0 : file.bytes()) {
-    id_ = H5Dopen2(file.hdf5Id(), wholeName.c_str(), H5P_DEFAULT);
+    : file_(file),
+      name_(wholeName),
+      id_(H5Dopen2(file.hdf5Id(), wholeName.c_str(), H5P_DEFAULT)),
+      fileBytes_(file.isWritten() ? 0 : file.bytes()) {
     check(id_ >= 0, "opening it");
     try {
         format_ = findFormat(info);

@@ -40,7 +40,7 @@ FrameImpl::FrameImpl(PointCloud cloud, Settings settings, FrameInfo info, const 
     deviceCloud_ = DeviceCloud(device, cloud_);
 }
 
-FrameImpl::~FrameImpl() {
+FrameImpl::~FrameImpl() { // NOLINT(bugprone-exception-escape): children are never null
     const std::lock_guard lock(families());
     for (const Frame& child : children_)
         --child.getImpl().parents_;

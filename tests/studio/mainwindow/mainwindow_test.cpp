@@ -1,10 +1,7 @@
 #include "mainwindow/mainwindow.h"
 
 #include "imageview/imageviewer.h"
-#include "studio/mainwindow/world.h"
-#include "support/modaldriver.h"
-#include "support/virtualhead.h"
-#include "support/widgets.h"
+#include "studio/mainwindow/windowfixture.h"
 #include "view3d/dx11pointcloudwidget.h"
 
 #include <QAction>
@@ -25,43 +22,8 @@ namespace {
 using namespace Vorta;
 using Vorta::Test::ModalDriver;
 using Vorta::Test::waitFor;
+using Vorta::Test::Window;
 using Vorta::Test::World;
-
-class Window : public testing::Test {
-protected:
-    Window() : controller_(World::instance().application, nullptr), window_(controller_) {}
-    ~Window() override { World::instance().preferences.clear(); }
-
-    void show() {
-        window_.show();
-        ASSERT_TRUE(waitFor([this] { return action("actionGrab").isEnabled(); }, 20'000)) << "the head connects";
-    }
-
-    void grab() {
-        action("actionGrab").trigger();
-        ASSERT_TRUE(controller_.record());
-    }
-
-    QAction& action(const char* name) { return Vorta::Test::find<QAction>(window_, QLatin1String(name)); }
-    QString path(const char* name) const { return folder_.filePath(QString::fromUtf8(name)); }
-
-    /// Types `name` into the save dialog, under the filter that contains `filter`.
-    static std::function<void(QWidget&)> saveAs(const QString& name, const QString& filter) {
-        return [=](QWidget& box) {
-            auto& dialog = dynamic_cast<QFileDialog&>(box);
-            for (const QString& candidate : dialog.nameFilters())
-                if (candidate.contains(filter))
-                    dialog.selectNameFilter(candidate);
-            Vorta::Test::find<QLineEdit>(dialog, QStringLiteral("fileNameEdit")).setText(name);
-            QMetaObject::invokeMethod(&dialog, "accept", Qt::QueuedConnection);
-        };
-    }
-
-    Testing::VirtualHeads heads_{{.serialNumber = "T-1"}};
-    QTemporaryDir folder_;
-    VortaInterface controller_;
-    MainWindow window_;
-};
 
 TEST_F(Window, HasItsMenusInOrder) {
     QStringList menus;
@@ -203,99 +165,17 @@ TEST_F(Window, ClosingKeepsTheLayoutForTheNextStart) {
     EXPECT_FALSE(Vorta::Test::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
 }
 
-TEST_F(Window, SaveWithoutAMeasurementShowsNoDialog) {
-    const ModalDriver boxes;
-    window_.slotFileSave();
-    EXPECT_TRUE(boxes.seen().empty());
-}
-
-struct SaveCase {
-    const char* name;
-    const char* filter;
-    const char* firstBytes;
-    qint64 size; ///< -1: not looked at
-};
-
-void PrintTo(const SaveCase& save, std::ostream* stream) {
-    *stream << save.name << " as " << save.filter;
-}
-
-class SaveMeasurement : public Window, public testing::WithParamInterface<SaveCase> {};
-
-TEST_P(SaveMeasurement, WritesTheFormatThatTheNameEndsIn) {
-    show();
-    grab();
-    ModalDriver boxes;
-    boxes.then(saveAs(path(GetParam().name), QString::fromLatin1(GetParam().filter)));
-    window_.slotFileSave();
-    QFile file(path(GetParam().name));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray expected = GetParam().firstBytes;
-    const QByteArray content = file.readAll();
-    EXPECT_EQ(content.left(expected.size()), expected);
-    if (GetParam().size >= 0) {
-        EXPECT_EQ(content.size(), GetParam().size);
-    }
-    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileSaveFolder", {}), folder_.path());
-}
-
-// 243 x 150 points; an ordered PLY has 15 bytes for each and 205 bytes of header, a PCD 16 bytes for each.
-INSTANTIATE_TEST_SUITE_P(
-    Endings, SaveMeasurement,
-    testing::Values(SaveCase{"a.vdf", "Data File (*.vdf)", "\x89HDF", -1}, SaveCase{"a.xyz", "ASCII", "", -1},
-                    SaveCase{"a.ply", "Ordered", "ply\nformat binary_little_endian 1.0\n", 243 * 150 * 15 + 205},
-                    SaveCase{"b.PLY", "Data File (*.vdf)", "ply\n", 243 * 150 * 15 + 205},
-                    SaveCase{"c.ply", "Unordered", "ply\n", -1}, SaveCase{"a.pcd", "Point Cloud", "# .PCD v0.7", -1}));
-
-TEST_F(Window, SaveUnderANameWithoutEndingWritesNothing) {
-    show();
-    grab();
-    ModalDriver boxes;
-    boxes.then(saveAs(path("name"), QStringLiteral("Point Cloud Data"))).thenClick(QStringLiteral("OK"));
-    window_.slotFileSave();
-    ASSERT_EQ(boxes.seen().size(), 2U);
-    EXPECT_EQ(boxes.seen()[1].title, QStringLiteral("Save"));
-    EXPECT_EQ(boxes.seen()[1].text,
-              QStringLiteral("Please specify a filename with one of the valid filename extensions."));
-    EXPECT_FALSE(QFile::exists(path("name")));
-}
-
-TEST_F(Window, FailedSavesSayWhichFile) {
-    show();
-    grab();
-    const QString missing = QStringLiteral("/no such folder/a");
-    for (const auto& [ending, title, text] : {std::tuple{".xyz", "Save ASCII", "Error saving to ASCII file '%1'."},
-                                              std::tuple{".ply", "Save PLY", "Error saving to PLY file '%1'."}}) {
-        const QString name = missing + QLatin1String(ending);
-        ModalDriver boxes;
-        boxes.then(saveAs(name, QStringLiteral("Data File (*.vdf)"))).thenClick(QStringLiteral("OK"));
-        window_.slotFileSave();
-        ASSERT_EQ(boxes.seen().size(), 2U);
-        EXPECT_EQ(boxes.seen()[1].title, QString::fromLatin1(title));
-        EXPECT_EQ(boxes.seen()[1].text, QString::fromLatin1(text).arg(name));
-    }
-}
-
-TEST_F(Window, OpenedFileIsRememberedAndListed) {
-    show();
-    grab();
-    controller_.saveDataFile(path("scene.vdf"));
-    ModalDriver boxes;
-    boxes.thenChooseFile(path("scene.vdf"));
-    window_.slotOpenFile();
-    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileOpenFolder", {}), folder_.path());
-    window_.close();
-    EXPECT_EQ(World::instance().preferences.recentFiles(), QStringList{path("scene.vdf")});
-}
-
-TEST_F(Window, SettingsRoundTripStartsWhereTheyWereSaved) {
+TEST_F(Window, SlotsKeptForCallersByNameMeasureNothing) {
     show();
     ModalDriver boxes;
-    boxes.thenChooseFile(path("camera.yml"));
-    window_.slotSaveSettings();
-    EXPECT_TRUE(QFile::exists(path("camera.yml")));
-    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileOpenFolder", {}), folder_.path());
-    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileSaveFolder", {}), QString());
+    boxes.thenClick(QStringLiteral("OK"));
+    EXPECT_TRUE(QMetaObject::invokeMethod(&window_, "grab"));
+    EXPECT_TRUE(QMetaObject::invokeMethod(&window_, "startContinuous"));
+    ASSERT_EQ(boxes.seen().size(), 1U);
+    EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("Grab"));
+    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("Test grabbing"));
+    EXPECT_FALSE(controller_.record());
+    EXPECT_FALSE(controller_.status().live);
 }
 
 TEST_F(Window, MessagesComeAsBoxesOfTheWindow) {

@@ -20,7 +20,7 @@ public:
     FrameImpl(PointCloud cloud, Settings settings, FrameInfo info, const ComputeDevice& device);
     FrameImpl(const FrameImpl&) = delete;
     FrameImpl& operator=(const FrameImpl&) = delete;
-    ~FrameImpl();
+    ~FrameImpl(); // NOLINT(bugprone-exception-escape): children are never null
 
     [[nodiscard]] const PointCloud& cloud() const noexcept { return cloud_; }
     [[nodiscard]] const Settings& settings() const noexcept { return settings_; }
