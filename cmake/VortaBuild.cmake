@@ -59,6 +59,13 @@ add_library(Vorta::opencv ALIAS vorta_opencv)
 target_include_directories(vorta_opencv SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
 target_link_libraries(vorta_opencv INTERFACE opencv_core opencv_imgproc)
 
+find_path(QWT_INCLUDE_DIR qwt_plot.h PATH_SUFFIXES qwt REQUIRED)
+find_library(QWT_LIBRARY NAMES qwt-qt5 qwt REQUIRED)
+add_library(vorta_qwt INTERFACE)
+add_library(Vorta::qwt ALIAS vorta_qwt)
+target_include_directories(vorta_qwt SYSTEM INTERFACE ${QWT_INCLUDE_DIR})
+target_link_libraries(vorta_qwt INTERFACE ${QWT_LIBRARY})
+
 # vorta_shared_library(<Name> FOLDER <folder> SOURCES ...)
 #
 # One library of the SDK: target and file <Name>, alias Vorta::<folder>, public headers below include/, with a

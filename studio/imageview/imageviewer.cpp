@@ -1,6 +1,8 @@
 #include "imageview/imageviewer.h"
 
 #include "imageview/colormaplegend.h"
+#include "imageview/crosssection.h"
+#include "imageview/crosssectionplot.h"
 #include "imageview/imageconversion.h"
 #include "imageview/imagefile.h"
 #include "imageview/imagelabel.h"
@@ -10,15 +12,18 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
+#include <QDockWidget>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLayout>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QSignalBlocker>
 
 #include <cmath>
+#include <opencv2/core.hpp>
 #include <utility>
 
 namespace {
@@ -55,7 +60,15 @@ ImageViewer::ImageViewer(QWidget* parent)
     ui_->horizontalLayout->addWidget(legend_);
     createDepthControls();
     createSaturatedMaskAction();
+    createPlot();
     connect(label_, &ImageLabel::mouseOver, this, &ImageViewer::updateMousePosition);
+    connect(label_, &ImageLabel::lineSelected, this, &ImageViewer::updateCrossSection);
+    // Whoever draws a line wants to see its values.
+    connect(label_, &ImageLabel::lineSelected, ui_->actionToggle_cross_section,
+            [this] { ui_->actionToggle_cross_section->setChecked(true); });
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QShortcut::activated, this, &ImageViewer::leaveTool);
     updateActions();
 }
 
@@ -103,8 +116,8 @@ void ImageViewer::createSaturatedMaskAction() {
         ui_->toolBar->addAction(QIcon(QStringLiteral(":/icons/maskSaturated.png")), tr("&Mask Saturated Pixels"));
     maskSaturated_->setObjectName(QStringLiteral("actionMask_Saturated_Pixels"));
     maskSaturated_->setCheckable(true);
-    maskSaturated_->setEnabled(false);
     maskSaturated_->setVisible(false);
+    connect(maskSaturated_, &QAction::triggered, this, &ImageViewer::slotEnableSaturatedMask);
 }
 
 void ImageViewer::setImage(const cv::Mat& m_mat) {
@@ -162,6 +175,93 @@ void ImageViewer::slotResetDepthRange() {
 
 void ImageViewer::setMask(const cv::Mat& mask) {
     mask_ = mask;
+    label_->setMask(mask_);
+}
+
+void ImageViewer::updateMask(const cv::Mat_<uchar>& newMask) {
+    if (cv::countNonZero(newMask) == 0)
+        return;
+    // Whoever gave the present mask keeps its own.
+    cv::Mat_<uchar> mask;
+    if (mask_.size() == newMask.size())
+        mask_.copyTo(mask);
+    else
+        mask = cv::Mat_<uchar>(newMask.size(), 0);
+    newMask.copyTo(mask, newMask);
+    setMask(mask);
+}
+
+void ImageViewer::on_actionApply_mask_triggered() {
+    if (mask_.size() != matrix_.size())
+        setMask(cv::Mat_<uchar>(matrix_.size(), 0));
+    updateMask(label_->selectionMask(invert_));
+    Q_EMIT maskUpdated(mask_);
+}
+
+void ImageViewer::on_actionDelete_Mask_triggered() {
+    setMask(cv::Mat_<uchar>());
+}
+
+void ImageViewer::on_actionInvert_toggled(bool arg1) {
+    invert_ = arg1;
+}
+
+void ImageViewer::on_actionToggle_mask_toggled(bool arg1) {
+    label_->showMask(arg1);
+}
+
+void ImageViewer::slotEnableSaturatedMask(bool enable) {
+    label_->showSaturated(enable);
+}
+
+void ImageViewer::chooseTool(QAction* tool, ImageSelection::Mode mode, bool on) {
+    if (!on) {
+        label_->clearSelection();
+        return;
+    }
+    for (QAction* other : {ui_->actionCross_section, ui_->actionSelect_Rectangle, ui_->actionSelect_Polygon})
+        if (other != tool)
+            other->setChecked(false);
+    label_->setSelectionMode(mode);
+}
+
+void ImageViewer::on_actionCross_section_toggled(bool arg1) {
+    chooseTool(ui_->actionCross_section, ImageSelection::Mode::Line, arg1);
+}
+
+void ImageViewer::on_actionSelect_Rectangle_toggled(bool arg1) {
+    chooseTool(ui_->actionSelect_Rectangle, ImageSelection::Mode::Rectangle, arg1);
+}
+
+void ImageViewer::on_actionSelect_Polygon_toggled(bool arg1) {
+    chooseTool(ui_->actionSelect_Polygon, ImageSelection::Mode::Polygon, arg1);
+}
+
+void ImageViewer::leaveTool() {
+    if (label_->cancelSelection())
+        return;
+    for (QAction* tool : {ui_->actionCross_section, ui_->actionSelect_Rectangle, ui_->actionSelect_Polygon})
+        tool->setChecked(false);
+}
+
+void ImageViewer::createPlot() {
+    plot_ = new CrossSectionPlot;
+    plot_->setObjectName(QStringLiteral("crossSectionPlot"));
+    plotDock_ = new QDockWidget(tr("Cross section"), this);
+    plotDock_->setObjectName(QStringLiteral("crossSectionDock"));
+    plotDock_->setWidget(plot_);
+    addDockWidget(Qt::BottomDockWidgetArea, plotDock_);
+    plotDock_->hide();
+    // The dock can be closed by its own button too.
+    connect(plotDock_->toggleViewAction(), &QAction::toggled, ui_->actionToggle_cross_section, &QAction::setChecked);
+}
+
+void ImageViewer::on_actionToggle_cross_section_toggled(bool arg1) {
+    plotDock_->setVisible(arg1);
+}
+
+void ImageViewer::updateCrossSection(QLine line) {
+    plot_->setSamples(crossSection(matrix_, mask_, line));
 }
 
 void ImageViewer::showPicture(const QImage& picture) {
@@ -233,7 +333,10 @@ void ImageViewer::updateActions() {
     const bool hasImage = !label_->image().isNull();
     ui_->actionZoom_In->setEnabled(hasImage && scaleFactor_ < largestScale);
     ui_->actionZoom_Out->setEnabled(hasImage && scaleFactor_ > smallestScale);
-    ui_->actionSave_image->setEnabled(hasImage);
+    for (QAction* action :
+         {ui_->actionSave_image, ui_->actionSelect_Rectangle, ui_->actionCross_section, ui_->actionSelect_Polygon,
+          ui_->actionToggle_mask, ui_->actionDelete_Mask, ui_->actionInvert, ui_->actionApply_mask, maskSaturated_})
+        action->setEnabled(hasImage);
 }
 
 void ImageViewer::saveImage(const std::string& filename) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imageview/colormap.h"
+#include "imageview/imageselection.h"
 
 #include <QImage>
 #include <QMainWindow>
@@ -11,9 +12,11 @@
 #include <string>
 
 class ColorMapLegend;
+class CrossSectionPlot;
 class ImageLabel;
 class QCheckBox;
 class QComboBox;
+class QDockWidget;
 class QDoubleSpinBox;
 class QScrollBar;
 
@@ -22,7 +25,8 @@ class ImageViewer;
 }
 
 /// Shows one image of a record: the colour image as it is, or the depths in false colour with a colour scale and
-/// controls for its range. With zoom, a read-out of the pixel under the mouse, and saving as an image file.
+/// controls for its range. With zoom, a read-out of the pixel under the mouse, tools for masking pixels, a plot of the
+/// values along a line, and saving as an image file.
 ///
 /// Images start fitted to the window; once zoomed, the picture keeps its size, for later images too, until the zoom is
 /// back at 1 or an image of another size comes. Matrices are shared with the caller, who must not change their pixels
@@ -39,6 +43,7 @@ public:
     [[nodiscard]] double scaleFactor() const noexcept { return scaleFactor_; }
 
 Q_SIGNALS:
+    /// The user has applied a mask.
     void maskUpdated(cv::Mat_<uchar>& mask);
 
 public Q_SLOTS:
@@ -52,6 +57,12 @@ public Q_SLOTS:
     /// Shows the image in its own size.
     void normalSize();
 
+    /// Adds codes to the mask: where `newMask` is 0 the mask stays as it is.
+    void updateMask(const cv::Mat_<uchar>& newMask);
+    /// Plots the values along a line, in image coordinates. Throws ArgumentInvalidException ("m_mat") for a type of
+    /// image that has no single value.
+    void updateCrossSection(QLine line);
+
     /// Shows a colour (blue, green, red bytes) or grey image. Throws ArgumentInvalidException ("mat") for other types.
     void setImage(const cv::Mat& m_mat);
     /// Shows depths, NaN where there is none, in the colours of the present range. Then takes over [zMin, zMax], all in
@@ -63,19 +74,32 @@ public Q_SLOTS:
     void saveImage(const std::string& filename);
     /// Codes why a pixel is hidden, 0 = shown; empty = no mask.
     void setMask(const cv::Mat& mask);
-    /// Shows position, value and mask class of a pixel in the status bar; clears it for a point outside the image.
-    void updateMousePosition(int x, int y);
-    void slotUpdateDepthImageFromControls();
-    void slotResetDepthRange();
 
-private Q_SLOTS:
     void on_actionZoom_Out_triggered();
     void on_actionZoom_In_triggered();
+    void on_actionCross_section_toggled(bool arg1);
+    void on_actionToggle_cross_section_toggled(bool arg1);
+    void on_actionSelect_Rectangle_toggled(bool arg1);
+    /// Shows position, value and mask class of a pixel in the status bar; clears it for a point outside the image.
+    void updateMousePosition(int x, int y);
+    void on_actionSelect_Polygon_toggled(bool arg1);
+    void on_actionToggle_mask_toggled(bool arg1);
+    void on_actionApply_mask_triggered();
+    void on_actionDelete_Mask_triggered();
+    void on_actionInvert_toggled(bool arg1);
     void on_actionSave_image_triggered();
+    void createPlot();
+    void slotUpdateDepthImageFromControls();
+    void slotEnableSaturatedMask(bool enable);
+    void slotResetDepthRange();
 
 private:
+    /// What a selection tool does when it is switched on or off: one at most is on.
+    void chooseTool(QAction* tool, ImageSelection::Mode mode, bool on);
     void createDepthControls();
     void createSaturatedMaskAction();
+    /// Gives up the selection that is being drawn, or else the tool.
+    void leaveTool();
     void showPicture(const QImage& picture);
     void zoomFrom(const QSize& size);
     void updateActions();
@@ -93,9 +117,13 @@ private:
     QComboBox* depthMap_ = nullptr;
     QAction* maskSaturated_ = nullptr;
 
-    cv::Mat matrix_;        // the image as it came
-    QImage displayedImage_; // the false-colour image; null for colour images
-    cv::Mat_<uchar> mask_;
+    QDockWidget* plotDock_ = nullptr;
+    CrossSectionPlot* plot_ = nullptr;
+
+    cv::Mat matrix_;            // the image as it came
+    QImage displayedImage_;     // the false-colour image; null for colour images
+    cv::Mat_<uchar> mask_;      // shared with the record; a change makes a copy
+    bool invert_ = false;       // whether a selection masks what lies outside
     float frameMinimum_ = 0.0F; // depth range of the last frame, millimetres
     float frameMaximum_ = 0.0F;
 

@@ -7,15 +7,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
-#include <QFileDialog>
-#include <QLineEdit>
 #include <QMenuBar>
-#include <QTemporaryDir>
 #include <QToolBar>
 
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cmath>
+#include <opencv2/core.hpp>
 
 namespace {
 
@@ -143,6 +142,18 @@ TEST_F(Window, HdrFillsTheViews) {
     EXPECT_TRUE(action("actionSave").isEnabled());
     EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
     EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
+}
+
+TEST_F(Window, MaskOfTheCameraImageReachesTheRecord) {
+    show();
+    grab();
+    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    const auto record = controller_.record();
+    EXPECT_EQ(cv::countNonZero(record->mask() == 5), 243 * 150) << "nothing is selected, so all lies outside";
+    EXPECT_TRUE(std::isnan(record->maskedPointCloud()(75, 121).z));
+    EXPECT_FALSE(std::isnan(record->pointCloud()(75, 121).z));
 }
 
 TEST_F(Window, ViewMenuHidesAndShowsADock) {
