@@ -54,6 +54,11 @@ ColorMap::ColorMap() {
 }
 
 void ColorMap::setup(float minimum, float maximum, std::uint32_t mode) {
+    build(minimum, maximum, mode);
+    ramp_ = ramp();
+}
+
+void ColorMap::build(float minimum, float maximum, std::uint32_t mode) {
     mode_ = mode;
     minimum_ = minimum;
     maximum_ = maximum;
@@ -69,6 +74,32 @@ void ColorMap::setup(float minimum, float maximum, std::uint32_t mode) {
     for (const RampColour& inner : innerColours)
         addControlPoint(minimum + inner.percent * percent, inner.colour);
     addControlPoint(maximum, red);
+}
+
+ColorMapLoop::Ramp ColorMap::ramp() const {
+    ColorMapLoop::Ramp ramp;
+    if (segments_.size() > ColorMapLoop::Ramp::maximumSegments)
+        return ramp;
+    for (std::size_t i = 0; i < segments_.size(); ++i) {
+        const Segment& segment = segments_[i];
+        const float length = segment.to - segment.from;
+        if (!(length > 0.0F) || !std::isfinite(length) || (i > 0 && segment.from != segments_[i - 1].to))
+            return ramp;
+        ramp.from[i] = segment.from;
+        ramp.length[i] = length;
+        ramp.start[i] = segment.startColour;
+        ramp.red[i] = static_cast<float>(qRed(segment.endColour) - qRed(segment.startColour));
+        ramp.green[i] = static_cast<float>(qGreen(segment.endColour) - qGreen(segment.startColour));
+        ramp.blue[i] = static_cast<float>(qBlue(segment.endColour) - qBlue(segment.startColour));
+    }
+    if (segments_.front().from != minimum_ || segments_.back().to != maximum_)
+        return ramp;
+    ramp.minimum = minimum_;
+    ramp.maximum = maximum_;
+    ramp.below = belowColour_;
+    ramp.above = aboveColour_;
+    ramp.segments = segments_.size();
+    return ramp;
 }
 
 void ColorMap::addFirstControlPoint(float x, QRgb colour) {
@@ -127,6 +158,11 @@ QRgb ColorMap::colourAt(float value) const {
 }
 
 void ColorMap::colourRow(std::span<const float> values, std::uint8_t* rgb) const {
+    if (ramp_.segments != 0) {
+        const std::size_t done = ColorMapLoop::colour(ramp_, values, rgb);
+        values = values.subspan(done);
+        rgb += 3 * done;
+    }
     // Neighbours mostly lie in the same segment. Its lower end belongs to the segment before it.
     const Segment* segment = nullptr;
     for (const float value : values) {

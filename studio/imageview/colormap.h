@@ -1,5 +1,7 @@
 #pragma once
 
+#include "imageview/colormaploop.h"
+
 #include <QRgb>
 #include <QString>
 
@@ -53,6 +55,8 @@ private:
         [[nodiscard]] QRgb colourAt(float value) const noexcept;
     };
 
+    void build(float minimum, float maximum, std::uint32_t mode);
+    [[nodiscard]] ColorMapLoop::Ramp ramp() const;
     void addControlPoint(float x, QRgb colour);
     void addFirstControlPoint(float x, QRgb colour);
     [[nodiscard]] const Segment* find(float value) const noexcept;
@@ -67,4 +71,5 @@ private:
     QRgb aboveColour_ = 0;
     // Without gaps: each segment begins where the one before ends.
     std::vector<Segment> segments_;
+    ColorMapLoop::Ramp ramp_; // the same, if it can be put that way
 };
