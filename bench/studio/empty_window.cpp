@@ -6,6 +6,7 @@
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QMainWindow window;
+    window.setWindowTitle(QStringLiteral("Empty window"));
     window.showMaximized();
     return QApplication::exec();
 }
