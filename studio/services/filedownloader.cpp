@@ -53,6 +53,9 @@ FileDownloader::FileDownloader(const QUrl& url, QObject* parent, const DownloadL
     });
     startOnce(silence_, limits_.silence);
     startOnce(wholeTime_, limits_.wholeTime);
+    // The toolkit reads other things too, files of this machine among them.
+    if (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https"))
+        refusal_ = QStringLiteral("'%1' is no web address").arg(address());
 }
 
 void FileDownloader::cancel() {

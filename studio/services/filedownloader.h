@@ -36,7 +36,7 @@ inline constexpr DownloadLimits installerLimits{
 ///     auto* downloader = new FileDownloader(url, this);
 ///     connect(downloader, &FileDownloader::downloaded, this, [=] { use(downloader->body()); });
 ///
-/// May be destroyed at any time, also while it emits. GUI thread.
+/// May be destroyed at any time, also by what receives `downloaded`. GUI thread.
 class FileDownloader : public QObject {
     Q_OBJECT
 
