@@ -88,6 +88,20 @@ TEST_F(UpdaterInstall, WithoutAChecksumNoInstallerPasses) {
     EXPECT_EQ(contents(path("1.0.2")), QByteArray());
 }
 
+TEST_F(UpdaterInstall, ChecksumReplyOfMoreThanAFewKilobytesIsNone) {
+    publish("1.0.2", QByteArray(abcDigest) + QByteArray(4096 - 40, ' '));
+    check(updater_);
+    EXPECT_EQ(thrownBy([this] {
+                  ModalDriver boxes;
+                  boxes.thenClick(QStringLiteral("No"));
+                  updater_.handleInstaller(QByteArray("abc"));
+              }),
+              "nothing was thrown");
+    publish("1.0.2", QByteArray(abcDigest) + QByteArray(4097 - 40, ' '));
+    check(updater_);
+    EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch);
+}
+
 TEST_F(UpdaterInstall, DigestIsThatOfTheWholeInstaller) {
     offer("a9993e36"); // its first bytes only
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch);

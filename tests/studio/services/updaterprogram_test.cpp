@@ -65,6 +65,14 @@ TEST_F(UpdaterProgram, TellsOfAnInstallerThatIsCutShort) {
     EXPECT_FALSE(QFile::exists(path("1.0.2")));
 }
 
+TEST_F(UpdaterProgram, TellsOfAnInstallerThatIsTooLarge) {
+    publishInstaller("1.0.2", marking());
+    server_.serve(QStringLiteral("VortaSetup_1.0.2.exe"),
+                  HttpServer::unfinished("HTTP/1.1 200 OK\r\nContent-Length: 1073741825\r\n\r\n"));
+    EXPECT_EQ(run(), exceptionShown);
+    EXPECT_EQ(output_, "An exception occurred|Failed to download new installer\n");
+}
+
 TEST_F(UpdaterProgram, TellsOfAVersionThatIsAPath) {
     publish("../../x\n", "");
     EXPECT_EQ(run(), exceptionShown);

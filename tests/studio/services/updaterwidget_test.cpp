@@ -1,6 +1,7 @@
 #include "services/updaterwidget.h"
 
 #include "studio/services/updaterfixture.h"
+#include "vorta/common/log.h"
 
 #include <QCoreApplication>
 #include <QDialogButtonBox>
@@ -13,6 +14,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -141,6 +144,21 @@ TEST_F(UpdaterWidget, FailedVersionRequestOffersNothingAndSaysNothing) {
     EXPECT_EQ(updater.state(), noUpdate);
     EXPECT_EQ(updater.latest(), QStringLiteral("unknown"));
     EXPECT_FALSE(updater.ignoreBox().isEnabled());
+}
+
+TEST_F(UpdaterWidget, FailedRequestsAreLogged) {
+    std::vector<std::string> messages;
+    Vorta::Log::setCallback([&messages](const Vorta::Log::Event& event) {
+        EXPECT_EQ(event.getSeverity(), Vorta::Log::Severity::Warning);
+        messages.push_back(event.getMessage());
+    });
+    server_.serve(QStringLiteral("latest_version"), "1.0.2");
+    Updater updater;
+    check(updater);
+    Vorta::Log::setCallback({});
+    EXPECT_THAT(messages,
+                testing::ElementsAre("Looking for updates failed: Error transferring " + server_.base().toStdString() +
+                                     "/latest_checksum - server replied: Not Found"));
 }
 
 TEST_F(UpdaterWidget, VersionReplyOfMoreThanAFewKilobytesIsAFailedRequest) {
