@@ -1,6 +1,14 @@
 #include "services/platform/platform.h"
 
+#include <QByteArray>
+#include <QFile>
 #include <QSharedMemory>
+
+#include <csignal>
+#include <spawn.h>
+#include <string>
+#include <system_error>
+#include <unistd.h>
 
 namespace VortaQt::Platform {
 
@@ -9,6 +17,31 @@ void clearStaleSharedMemory(const QString& key) {
     QSharedMemory segment{key};
     if (segment.attach(QSharedMemory::ReadOnly))
         segment.detach();
+}
+
+// Started directly: desktops open documents, and refuse programs that come from elsewhere.
+std::optional<QString> openWithShell(const QString& path) {
+    QFile::setPermissions(path, QFile::permissions(path) | QFile::ReadOwner | QFile::ExeOwner);
+
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // A session of its own, so that the program does not go with our terminal, and signals as a shell hands them on:
+    // the toolkit ignores those of broken pipes.
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    QByteArray file = QFile::encodeName(path);
+    char* const arguments[] = {file.data(), nullptr};
+    pid_t process = 0;
+    const int error = posix_spawn(&process, file.constData(), nullptr, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    if (error == 0)
+        return std::nullopt;
+    return QString::fromLocal8Bit(std::system_category().message(error).c_str());
 }
 
 } // namespace VortaQt::Platform
