@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/platform/fileversion.h"
+
 class QString;
 
 /// What differs between operating systems; one source file per system implements it.
@@ -8,5 +10,13 @@ namespace VortaQt::Platform {
 /// Removes the QSharedMemory segment of that key if its owner crashed without removing it. A segment that somebody is
 /// attached to stays, and so does one that cannot be reached. Where the system frees segments itself, does nothing.
 void clearStaleSharedMemory(const QString& key);
+
+/// Where a file of the product that is known by its name on Windows lies in `folder`: under that name where there is
+/// such a file, else under the name that this system gives to a program ("A.exe"), a library ("A.dll") or a Python
+/// module ("A.pyd"). The file need not exist.
+[[nodiscard]] QString nativeFile(const QString& folder, const QString& name);
+
+/// The version record of a file, which is not loaded. All empty for a file without one, or no file at all.
+[[nodiscard]] FileVersionRecord fileVersionRecord(const QString& path);
 
 } // namespace VortaQt::Platform
