@@ -4,7 +4,7 @@
 # with the full texts that this refers to. The first package that is installed counts; a licence without one is left
 # out. Sets <name>_SOURCES to the source file with the packed texts and <name>_COLLECTED to what it has, as
 # <licence>=<copyright file of the package>.
-if(CMAKE_HOST_SYSTEM_NAME STREQUAL "Linux")
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   set(documents /usr/share/doc)
   set(common_licences /usr/share/common-licenses)
 endif()
