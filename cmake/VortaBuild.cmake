@@ -66,12 +66,57 @@ add_library(Vorta::qwt ALIAS vorta_qwt)
 target_include_directories(vorta_qwt SYSTEM INTERFACE ${QWT_INCLUDE_DIR})
 target_link_libraries(vorta_qwt INTERFACE ${QWT_LIBRARY})
 
-# vorta_shared_library(<Name> FOLDER <folder> SOURCES ...)
+if(WIN32)
+  enable_language(RC)
+endif()
+
+# vorta_version_record(<target> <description>)
+#
+# Gives the program, library or plug-in its version record: description, versions, and how it was built. On Windows this
+# is the version resource that the Explorer shows, elsewhere the section .vorta_version:
+#
+#     readelf -p .vorta_version libVortaAPI.so
+function(vorta_version_record target description)
+  if(description MATCHES "[\"\\\\]")
+    message(FATAL_ERROR "${target}: the description stands in string literals, without quotes and backslashes")
+  endif()
+  set(comments "${CMAKE_BUILD_TYPE} build for ${CMAKE_SYSTEM_NAME} ${CMAKE_SYSTEM_PROCESSOR}")
+  string(APPEND comments ", ${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
+  if(VORTA_SANITIZE)
+    string(APPEND comments ", with sanitizers: ${VORTA_SANITIZE}")
+  endif()
+  set(file_version ${PROJECT_VERSION})
+  set(product_version ${VORTA_PRODUCT_VERSION})
+  # A version resource has its versions as four numbers too.
+  set(file_numbers ${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0)
+  string(REGEX MATCHALL "[0-9]+" numbers ${product_version})
+  list(SUBLIST numbers 0 4 numbers)
+  list(JOIN numbers "," product_numbers)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "EXECUTABLE")
+    set(file_type VFT_APP)
+  else()
+    set(file_type VFT_DLL)
+  endif()
+  set(record ${CMAKE_CURRENT_BINARY_DIR}/${target}_version)
+  set(templates ${PROJECT_SOURCE_DIR}/cmake)
+  configure_file(${templates}/versionrecord.rc.in ${record}.rc @ONLY)
+  configure_file(${templates}/versionrecord.cpp.in ${record}.cpp @ONLY)
+  set_source_files_properties(${record}.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON SKIP_AUTOGEN ON)
+  if(WIN32)
+    target_sources(${target} PRIVATE ${record}.rc)
+  else()
+    target_sources(${target} PRIVATE ${record}.cpp)
+  endif()
+endfunction()
+
+# vorta_shared_library(<Name> FOLDER <folder> DESCRIPTION <text> SOURCES ...)
 #
 # One library of the SDK: target and file <Name>, alias Vorta::<folder>, public headers below include/, with a
-# generated export header vorta/<folder>/export.h that defines VORTA_<FOLDER>_EXPORT.
+# generated export header vorta/<folder>/export.h that defines VORTA_<FOLDER>_EXPORT. The description is for the
+# file's version record.
 function(vorta_shared_library name)
-  cmake_parse_arguments(arg "" "FOLDER" "SOURCES" ${ARGN})
+  cmake_parse_arguments(arg "" "FOLDER;DESCRIPTION" "SOURCES" ${ARGN})
   string(TOUPPER ${arg_FOLDER} upper)
   add_library(${name} SHARED ${arg_SOURCES})
   add_library(Vorta::${arg_FOLDER} ALIAS ${name})
@@ -82,6 +127,7 @@ function(vorta_shared_library name)
     $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${name} PRIVATE Vorta::build)
+  vorta_version_record(${name} "${arg_DESCRIPTION}")
 endfunction()
 
 # vorta_studio_library(<folder> SOURCES ...)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "services/platform/fileversion.h"
+
 #include <QString>
 
 #include <optional>
@@ -15,5 +17,12 @@ void clearStaleSharedMemory(const QString& key);
 /// file that has only just been downloaded is made executable first, where that is a property of files. Returns why it
 /// could not be started, in the system's words; nothing when it was.
 [[nodiscard]] std::optional<QString> openWithShell(const QString& path);
+/// Where a file of the product that is known by its name on Windows lies in `folder`: under that name where there is
+/// such a file, else under the name that this system gives to a program ("A.exe"), a library ("A.dll") or a Python
+/// module ("A.pyd"). The file need not exist.
+[[nodiscard]] QString nativeFile(const QString& folder, const QString& name);
+
+/// The version record of a file, which is not loaded. All empty for a file without one, or no file at all.
+[[nodiscard]] FileVersionRecord fileVersionRecord(const QString& path);
 
 } // namespace VortaQt::Platform

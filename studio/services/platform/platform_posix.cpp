@@ -1,7 +1,11 @@
 #include "services/platform/platform.h"
 
+#include "services/platform/versionsection.h"
+
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSharedMemory>
 
 #include <csignal>
@@ -42,6 +46,27 @@ std::optional<QString> openWithShell(const QString& path) {
     if (error == 0)
         return std::nullopt;
     return QString::fromLocal8Bit(std::system_category().message(error).c_str());
+}
+
+QString nativeFile(const QString& folder, const QString& name) {
+    const QDir directory(folder);
+    // Plug-ins and the firmware updater have the same name on every system.
+    if (directory.exists(name))
+        return directory.filePath(name);
+    const QString base = QFileInfo(name).completeBaseName();
+    if (name.endsWith(QLatin1String(".exe")))
+        return directory.filePath(base);
+    if (name.endsWith(QLatin1String(".dll")))
+        return directory.filePath(QLatin1String("lib") + base + QLatin1String(".so"));
+    if (name.endsWith(QLatin1String(".pyd")))
+        return directory.filePath(base + QLatin1String(".so"));
+    return directory.filePath(name);
+}
+
+FileVersionRecord fileVersionRecord(const QString& path) {
+    const VersionTexts texts = readVersionSection(QFile::encodeName(path).toStdString());
+    return {QString::fromStdString(texts.description), QString::fromStdString(texts.comments),
+            QString::fromStdString(texts.fileVersion), QString::fromStdString(texts.productVersion)};
 }
 
 } // namespace VortaQt::Platform

@@ -1,5 +1,7 @@
 #include "services/platform/platform.h"
 
+#include "services/platform/versionresource.h"
+
 #include <QByteArray>
 #include <QDir>
 
@@ -38,6 +40,16 @@ std::optional<QString> openWithShell(const QString& path) {
     if (reinterpret_cast<INT_PTR>(result) > lastShellFailure)
         return std::nullopt;
     return describeError(error);
+}
+
+QString nativeFile(const QString& folder, const QString& name) {
+    return QDir(folder).filePath(name);
+}
+
+FileVersionRecord fileVersionRecord(const QString& path) {
+    const VersionTexts texts = readVersionResource(QDir::toNativeSeparators(path).toLocal8Bit().constData());
+    const auto toText = [](const std::string& text) { return QString::fromLocal8Bit(text.c_str()); };
+    return {toText(texts.description), toText(texts.comments), toText(texts.fileVersion), toText(texts.productVersion)};
 }
 
 } // namespace VortaQt::Platform
