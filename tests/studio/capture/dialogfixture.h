@@ -1,0 +1,79 @@
+// What a dialog of the camera stands on: preferences, a log handler, a head that is plugged in and a controller.
+#pragma once
+
+#include "camera/vortainterface.h"
+#include "studio/mainwindow/world.h"
+#include "support/virtualhead.h"
+#include "support/widgets.h"
+
+#include <QAbstractSlider>
+#include <QLabel>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTest>
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Vorta::Test {
+
+class DialogTest : public testing::Test {
+protected:
+    DialogTest() { preferences_.clear(); }
+    ~DialogTest() override { preferences_.clear(); }
+
+    VortaInterface& controller() {
+        if (!controller_)
+            controller_ = std::make_unique<VortaInterface>(World::instance().application, nullptr);
+        return *controller_;
+    }
+
+    void connectCamera() {
+        controller().connectCamera(ComputeDevice{});
+        ASSERT_TRUE(waitFor([this] { return controller().status().connected; }, 20'000)) << "the head connects";
+    }
+
+    /// What the head itself was told, apart from the controller.
+    static std::string cameraText(const char* path) {
+        return World::instance().application.cameras().at(0).settings().getString(path);
+    }
+
+    static CameraStatus status(bool connected, bool live) {
+        CameraStatus result;
+        result.connected = connected;
+        result.live = live;
+        return result;
+    }
+
+    /// Replaces the text of a spin box or line edit by typing.
+    static void type(QWidget& field, const char* text) {
+        field.setFocus();
+        QTest::keyClick(&field, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(&field, QString::fromUtf8(text));
+    }
+
+    static void click(QWidget& button) { QTest::mouseClick(&button, Qt::LeftButton); }
+
+    /// The visible widgets below `window` that get less room than they need.
+    static QStringList cutOff(const QWidget& window) {
+        QStringList names;
+        for (const auto* widget : window.findChildren<QWidget*>()) {
+            const QSize needed = qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget)
+                                     ? widget->sizeHint()
+                                     : widget->minimumSizeHint();
+            if (widget->isVisible() && !widget->objectName().startsWith(QLatin1String("qt_")) &&
+                (widget->width() < needed.width() || widget->height() < needed.height()))
+                names += widget->objectName();
+        }
+        return names;
+    }
+
+    VortaQt::AppSettings& preferences_ = World::instance().preferences;
+    Testing::VirtualHeads heads_{{.serialNumber = "T-1"}};
+    std::unique_ptr<VortaInterface> controller_;
+};
+
+} // namespace Vorta::Test
