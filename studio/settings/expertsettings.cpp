@@ -1,15 +1,13 @@
 #include "settings/expertsettings.h"
 
+#include "settings/latin1.h"
+
 #include <algorithm>
 #include <string>
 
 namespace VortaQt {
 
 namespace {
-
-QLatin1String latin1(std::string_view text) {
-    return QLatin1String(text.data(), static_cast<int>(text.size()));
-}
 
 /// Calls `action` with the description of the internal setting of that path, if there is one.
 template <class Action>
