@@ -4,8 +4,9 @@
 #include "capture/irislist.h"
 #include "capture/irislistviewmodel.h"
 #include "capture/ledscale.h"
-#include "capture/settingtooltip.h"
 #include "services/appsettings.h"
+#include "settings/latin1.h"
+#include "settings/settingtooltip.h"
 #include "ui_GcpsDialog.h"
 
 #include <QItemSelectionModel>
@@ -17,6 +18,7 @@
 #include <chrono>
 #include <initializer_list>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -82,13 +84,13 @@ void GcpsDialog::alignControls() {
 }
 
 void GcpsDialog::setToolTips() {
-    for (QWidget* control : {static_cast<QWidget*>(ui_->irisSpinBox), static_cast<QWidget*>(ui_->irisSlider)})
-        control->setToolTip(settingToolTip<Settings::Iris>());
-    for (QWidget* control :
-         {static_cast<QWidget*>(ui_->exposureTimeSpinBox), static_cast<QWidget*>(ui_->exposureTimeSlider)})
-        control->setToolTip(settingToolTip<Settings::ExposureTime>());
-    for (QWidget* control : {static_cast<QWidget*>(ui_->minLEDBox), static_cast<QWidget*>(ui_->ledCurrentSlider)})
-        control->setToolTip(settingToolTip<Settings::Brightness>());
+    const auto explain = [](std::string_view path, std::initializer_list<QWidget*> controls) {
+        for (QWidget* control : controls)
+            control->setToolTip(VortaQt::settingToolTip(VortaQt::latin1(path)));
+    };
+    explain(Settings::Iris::path, {ui_->irisSpinBox, ui_->irisSlider});
+    explain(Settings::ExposureTime::path, {ui_->exposureTimeSpinBox, ui_->exposureTimeSlider});
+    explain(Settings::Brightness::path, {ui_->minLEDBox, ui_->ledCurrentSlider});
 }
 
 /// Runs before anything is connected: the iris stays the camera's, whatever the list's first value is.

@@ -6,9 +6,11 @@
 #include "support/virtualhead.h"
 #include "support/widgets.h"
 
-#include <QAbstractSlider>
+#include <QCheckBox>
+#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QSpinBox>
 #include <QTest>
 
@@ -55,18 +57,25 @@ protected:
         QTest::keyClicks(&field, QString::fromUtf8(text));
     }
 
-    static void click(QWidget& button) { QTest::mouseClick(&button, Qt::LeftButton); }
+    static void click(QWidget& button) {
+        // Where the mark of a radio button or check box is: the rest of a wide one is no place to click.
+        const bool hasMark = qobject_cast<QRadioButton*>(&button) || qobject_cast<QCheckBox*>(&button);
+        QTest::mouseClick(&button, Qt::LeftButton, {}, hasMark ? QPoint(8, button.height() / 2) : QPoint());
+    }
 
     /// The visible widgets below `window` that get less room than they need.
-    static QStringList cutOff(const QWidget& window) {
-        QStringList names;
+    static std::string cutOff(const QWidget& window) {
+        std::string names;
         for (const auto* widget : window.findChildren<QWidget*>()) {
-            const QSize needed = qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget)
-                                     ? widget->sizeHint()
-                                     : widget->minimumSizeHint();
-            if (widget->isVisible() && !widget->objectName().startsWith(QLatin1String("qt_")) &&
+            const bool showsText = qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget);
+            const QSize needed = showsText ? widget->sizeHint() : widget->minimumSizeHint();
+            // A header scrolls with its view; what is inside a spin box is that box's business.
+            const bool onItsOwn = !qobject_cast<const QHeaderView*>(widget) &&
+                                  !qobject_cast<const QAbstractSpinBox*>(widget->parentWidget());
+            if (widget->isVisible() && onItsOwn &&
                 (widget->width() < needed.width() || widget->height() < needed.height()))
-                names += widget->objectName();
+                names +=
+                    std::string(widget->metaObject()->className()) + ' ' + widget->objectName().toStdString() + '\n';
         }
         return names;
     }

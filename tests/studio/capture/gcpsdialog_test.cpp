@@ -83,15 +83,14 @@ TEST_F(Dialog, ControlsHaveTheRangesOfTheirSettings) {
 
 TEST_F(Dialog, ToolTipsExplainTheSettings) {
     open();
-    const std::pair<const char*, const char*> tips[] = {
-        {"irisSpinBox", "A whole number from 1 to 63 steps."},
-        {"irisSlider", "A whole number from 1 to 63 steps."},
-        {"exposureTimeSpinBox", "A whole number from 100 to 200000 µs."},
-        {"exposureTimeSlider", "A whole number from 100 to 200000 µs."},
-        {"minLEDBox", "A number from 0 to 1."},
-        {"ledCurrentSlider", "A number from 0 to 1."}};
+    const std::pair<const char*, const char*> tips[] = {{"irisSpinBox", "a whole number from 1 to 63 steps"},
+                                                        {"irisSlider", "a whole number from 1 to 63 steps"},
+                                                        {"exposureTimeSpinBox", "a whole number from 100 to 200000 µs"},
+                                                        {"exposureTimeSlider", "a whole number from 100 to 200000 µs"},
+                                                        {"minLEDBox", "a number from 0 to 1"},
+                                                        {"ledCurrentSlider", "a number from 0 to 1"}};
     for (const auto& [name, tip] : tips)
-        EXPECT_TRUE(part<QWidget>(name).toolTip().endsWith(QString::fromUtf8(tip))) << name;
+        EXPECT_TRUE(part<QWidget>(name).toolTip().contains(QString::fromUtf8(tip))) << name;
 }
 
 TEST_F(Dialog, StartsWithTheDefaults) {
@@ -429,11 +428,11 @@ TEST_F(Dialog, NothingIsCutOffAtTheSmallestSize) {
     preferences_.setString("GUI/HDRIris", QStringLiteral("2 5 11"));
     open();
     exposure().setValue(200'000);
-    EXPECT_EQ(cutOff(dialog()), QStringList());
+    EXPECT_EQ(cutOff(dialog()), "");
     dialog().resize(1, 1);
     QCoreApplication::processEvents();
     EXPECT_EQ(dialog().size(), dialog().minimumSizeHint());
-    EXPECT_EQ(cutOff(dialog()), QStringList());
+    EXPECT_EQ(cutOff(dialog()), "");
 }
 
 TEST_F(Dialog, ABrokenStoreDoesNotKeepItFromOpening) {
