@@ -23,8 +23,7 @@ Values fromStored(const Values& stored, const Vorta::Range<std::uint64_t>& range
     std::ranges::copy_if(stored, std::back_inserter(values),
                          [&](std::uint64_t value) { return range.contains(value); });
     std::ranges::sort(values);
-    const auto twins = std::ranges::unique(values);
-    values.erase(twins.begin(), twins.end());
+    values.erase(std::unique(values.begin(), values.end()), values.end());
     if (values.empty())
         values.push_back(current);
     return values;

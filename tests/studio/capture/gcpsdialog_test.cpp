@@ -1,9 +1,6 @@
-#include "capture/gcpsdialog.h"
-
 #include "studio/capture/gcpsfixture.h"
 
 #include <QCheckBox>
-#include <QGroupBox>
 #include <QItemSelectionModel>
 #include <QSignalSpy>
 
@@ -16,82 +13,6 @@ using Vorta::Test::GcpsTest;
 using Vorta::Test::showAndActivate;
 
 class Dialog : public GcpsTest {};
-
-TEST_F(Dialog, IsBuiltFromItsForm) {
-    open();
-    EXPECT_EQ(dialog().windowTitle(), QStringLiteral("Capture"));
-    EXPECT_FALSE(dialog().windowFlags() & Qt::WindowContextHelpButtonHint);
-    EXPECT_FALSE(dialog().isModal());
-    const std::pair<const char*, const char*> titles[] = {{"groupBox", "Iris &Control"},
-                                                          {"groupBoxExposureControl", "E&xposure Control"},
-                                                          {"groupBoxLEDIntensity", "&LED Control"}};
-    for (const auto& [name, title] : titles)
-        EXPECT_EQ(part<QGroupBox>(name).title(), QLatin1String(title));
-    const std::pair<const char*, const char*> buttons[] = {
-        {"irisAddButton", "&Add"},
-        {"irisDeleteButton", "&Delete"},
-        {"irisClearButton", "Clea&r"},
-        {"measureButton", "&Grab"},
-        {"measureHDRButton", "&HDR"},
-        {"measureLiveButton", "&Live"},
-        {"measureStopButton", "St&op"},
-        {"setDefaultButton", "Set &Default"},
-        {"saveButton", "&Save"},
-        {"closeButton", "&Close"},
-        {"checkBoxAlwaysUseMax", "Al&ways use max for single frames"}};
-    for (const auto& [name, text] : buttons) {
-        EXPECT_EQ(part<QAbstractButton>(name).text(), QLatin1String(text));
-        EXPECT_FALSE(part<QAbstractButton>(name).toolTip().isEmpty()) << name;
-    }
-    for (const char* name : {"measureButton", "measureHDRButton", "measureLiveButton", "measureStopButton"})
-        EXPECT_FALSE(part<QPushButton>(name).icon().pixmap(24, 24).isNull()) << name;
-}
-
-TEST_F(Dialog, LabelsLeadToTheirControls) {
-    open();
-    struct Row {
-        const char *label, *text, *buddy;
-    };
-    for (const Row& row : {Row{"irisLabel", "Active &Iris:", "irisSpinBox"},
-                           Row{"exposureTimeLabel", "Exposure &Time:", "exposureTimeSpinBox"},
-                           Row{"ledCurrentLabel", "Intensity (P&ower)", "minLEDBox"}}) {
-        EXPECT_EQ(part<QLabel>(row.label).text(), QLatin1String(row.text));
-        EXPECT_EQ(part<QLabel>(row.label).buddy()->objectName(), QLatin1String(row.buddy));
-    }
-    EXPECT_EQ(part<QLabel>("labelMicroSec").text(), QStringLiteral("µs"));
-}
-
-TEST_F(Dialog, ControlsHaveTheRangesOfTheirSettings) {
-    open();
-    for (const char* name : {"irisSlider", "exposureTimeSlider", "ledCurrentSlider"})
-        EXPECT_EQ(part<QSlider>(name).orientation(), Qt::Horizontal);
-    EXPECT_EQ(iris().minimum(), 1);
-    EXPECT_EQ(iris().maximum(), 63);
-    EXPECT_EQ(part<QSlider>("irisSlider").minimum(), 1);
-    EXPECT_EQ(part<QSlider>("irisSlider").maximum(), 63);
-    EXPECT_EQ(exposure().minimum(), 100);
-    EXPECT_EQ(exposure().maximum(), 200'000);
-    EXPECT_EQ(part<QSlider>("exposureTimeSlider").minimum(), 100);
-    EXPECT_EQ(part<QSlider>("exposureTimeSlider").maximum(), 200'000);
-    EXPECT_EQ(led().minimum(), 0.0);
-    EXPECT_EQ(led().maximum(), 1.0);
-    EXPECT_EQ(led().decimals(), 3);
-    EXPECT_EQ(led().singleStep(), 0.05);
-    EXPECT_EQ(part<QSlider>("ledCurrentSlider").minimum(), 0);
-    EXPECT_EQ(part<QSlider>("ledCurrentSlider").maximum(), 200);
-}
-
-TEST_F(Dialog, ToolTipsExplainTheSettings) {
-    open();
-    const std::pair<const char*, const char*> tips[] = {{"irisSpinBox", "a whole number from 1 to 63 steps"},
-                                                        {"irisSlider", "a whole number from 1 to 63 steps"},
-                                                        {"exposureTimeSpinBox", "a whole number from 100 to 200000 µs"},
-                                                        {"exposureTimeSlider", "a whole number from 100 to 200000 µs"},
-                                                        {"minLEDBox", "a number from 0 to 1"},
-                                                        {"ledCurrentSlider", "a number from 0 to 1"}};
-    for (const auto& [name, tip] : tips)
-        EXPECT_TRUE(part<QWidget>(name).toolTip().contains(QString::fromUtf8(tip))) << name;
-}
 
 TEST_F(Dialog, StartsWithTheDefaults) {
     open();
@@ -406,33 +327,6 @@ TEST_F(Dialog, OtherKeysDoWhatTheyDoInAnyDialog) {
     EXPECT_EQ(part<QPushButton>("measureButton").text(), QStringLiteral("&Grab"));
     QTest::keyClick(&iris(), Qt::Key_Escape);
     EXPECT_FALSE(dialog().isVisible());
-}
-
-TEST_F(Dialog, TabVisitsTheControlsInTheirOrder) {
-    preferences_.setString("GUI/HDRIris", QStringLiteral("2 5 11"));
-    open();
-    dialog().slotEnableMeasurementControlsFromState(status(true, false));
-    QStringList visited;
-    list().setFocus();
-    for (int step = 0; step < 16; ++step) {
-        visited += QApplication::focusWidget()->objectName();
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    }
-    EXPECT_EQ(visited.join(QLatin1Char(' ')),
-              QStringLiteral("irisListView irisSpinBox irisSlider irisAddButton irisDeleteButton irisClearButton "
-                             "exposureTimeSpinBox exposureTimeSlider minLEDBox ledCurrentSlider checkBoxAlwaysUseMax "
-                             "measureButton measureHDRButton measureLiveButton setDefaultButton saveButton"));
-}
-
-TEST_F(Dialog, NothingIsCutOffAtTheSmallestSize) {
-    preferences_.setString("GUI/HDRIris", QStringLiteral("2 5 11"));
-    open();
-    exposure().setValue(200'000);
-    EXPECT_EQ(cutOff(dialog()), "");
-    dialog().resize(1, 1);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(dialog().size(), dialog().minimumSizeHint());
-    EXPECT_EQ(cutOff(dialog()), "");
 }
 
 TEST_F(Dialog, ABrokenStoreDoesNotKeepItFromOpening) {
