@@ -69,6 +69,8 @@ public:
 
     [[nodiscard]] const CameraStatus& status() const noexcept { return status_; }
     [[nodiscard]] const Settings& settings() const noexcept { return settings_; }
+    /// Those with which the present frame was captured.
+    [[nodiscard]] Settings frameSettings() const { return currentFrame_.settings(); }
     /// The current record; null before the first measurement.
     [[nodiscard]] std::shared_ptr<CloudWithImagesAndMask> record() const noexcept { return record_; }
 

@@ -10,57 +10,47 @@ namespace {
 
 constexpr bool checkable = true;
 constexpr bool checked = true;
-constexpr bool available = true;
 constexpr std::array<int, 2> noKeys{};
 // Two presses, not the chord that window managers take for themselves.
 constexpr std::array<int, 2> altThenF4{Qt::Key_Alt, Qt::Key_F4};
 
 constexpr std::array<Description, static_cast<std::size_t>(Id::Count)> table{{
-    {Id::Load, "actionLoad", "&Load...", nullptr, nullptr, "folder.png", noKeys, Menu::File, !checkable, !checked,
-     available},
-    {Id::Save, "actionSave", "&Save...", nullptr, nullptr, "disk.png", noKeys, Menu::File, !checkable, !checked,
-     available},
+    {Id::Load, "actionLoad", "&Load...", nullptr, nullptr, "folder.png", noKeys, Menu::File, !checkable, !checked},
+    {Id::Save, "actionSave", "&Save...", nullptr, nullptr, "disk.png", noKeys, Menu::File, !checkable, !checked},
     {Id::LoadSettings, "actionLoadSettings", "L&oad Settings...", nullptr, nullptr, "openConfig.png", noKeys,
-     Menu::File, !checkable, !checked, available},
+     Menu::File, !checkable, !checked},
     {Id::SaveSettings, "actionSaveSettings", "Sa&ve Settings...", nullptr, nullptr, "saveConfig.png", noKeys,
-     Menu::File, !checkable, !checked, available},
-    {Id::Exit, "actionExit", "&Exit", nullptr, nullptr, nullptr, altThenF4, Menu::File, !checkable, !checked,
-     available},
+     Menu::File, !checkable, !checked},
+    {Id::Exit, "actionExit", "&Exit", nullptr, nullptr, nullptr, altThenF4, Menu::File, !checkable, !checked},
     {Id::Preferences, "actionPreferences", "&Preferences...", nullptr, nullptr, "preferences.png", noKeys, Menu::Edit,
-     !checkable, !checked, !available},
+     !checkable, !checked},
     {Id::Capture, "actionCapture", "&Capture...", nullptr, nullptr, "capture.png", noKeys, Menu::Image, !checkable,
-     !checked, !available},
+     !checked},
     {Id::CameraImage, "actionCameraImage", "&Camera Image", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable,
-     checked, available},
+     checked},
     {Id::DepthImage, "actionDepthImage", "&Depth Image", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable,
-     checked, available},
+     checked},
     {Id::LogWindow, "actionLogWindow", "&Log Window", nullptr, nullptr, "blue-document-clock.png", noKeys, Menu::View,
-     checkable, checked, available},
-    {Id::Settings, "actionSettings", "&Settings", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, !checked,
-     !available},
-    {Id::Toolbar, "actionToolbar", "&Toolbar", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, checked,
-     available},
+     checkable, checked},
+    {Id::Settings, "actionSettings", "&Settings", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, !checked},
+    {Id::Toolbar, "actionToolbar", "&Toolbar", nullptr, nullptr, nullptr, noKeys, Menu::View, checkable, checked},
     {Id::ResetLayout, "actionResetLayout", "&Reset Layout", nullptr, nullptr, nullptr, noKeys, Menu::View, !checkable,
-     !checked, available},
+     !checked},
     {Id::ResetView, "actionResetView", "Reset 3D Point Cloud &View", "&Reset", nullptr, "resetview.png", noKeys,
-     Menu::View, !checkable, !checked, available},
+     Menu::View, !checkable, !checked},
     {Id::About, "actionAbout", "&About...", nullptr, nullptr, "question-frame.png", noKeys, Menu::Help, !checkable,
-     !checked, !available},
-    {Id::Update, "actionUpdate", "&Update...", nullptr, nullptr, nullptr, noKeys, Menu::Help, !checkable, !checked,
-     !available},
-    {Id::Grab, "actionGrab", "&Grab", nullptr, nullptr, "camera.png", noKeys, Menu::None, !checkable, !checked,
-     available},
-    {Id::Hdr, "actionHDR", "&HDR", nullptr, nullptr, "HDR.png", noKeys, Menu::None, !checkable, !checked, !available},
-    {Id::Live, "actionLive", "&Live", nullptr, nullptr, "Video.png", noKeys, Menu::None, !checkable, !checked,
-     available},
-    {Id::Stop, "actionStop", "&Stop", nullptr, nullptr, "stop.png", noKeys, Menu::None, !checkable, !checked,
-     available},
+     !checked},
+    {Id::Update, "actionUpdate", "&Update...", nullptr, nullptr, nullptr, noKeys, Menu::Help, !checkable, !checked},
+    {Id::Grab, "actionGrab", "&Grab", nullptr, nullptr, "camera.png", noKeys, Menu::None, !checkable, !checked},
+    {Id::Hdr, "actionHDR", "&HDR", nullptr, nullptr, "HDR.png", noKeys, Menu::None, !checkable, !checked},
+    {Id::Live, "actionLive", "&Live", nullptr, nullptr, "Video.png", noKeys, Menu::None, !checkable, !checked},
+    {Id::Stop, "actionStop", "&Stop", nullptr, nullptr, "stop.png", noKeys, Menu::None, !checkable, !checked},
     {Id::DisplayRgb, "actionDisplayRGB", "&DisplayRGB", "&Colors", nullptr, "rgb.png", noKeys, Menu::None, checkable,
-     checked, available},
+     checked},
     {Id::ToggleMesh, "actionToggleMesh", "&Toggle Mesh", "&Mesh", "Toggle live mesh on/off", "mesh.png", noKeys,
-     Menu::None, checkable, !checked, available},
+     Menu::None, checkable, !checked},
     {Id::BackgroundColor, "actionBackgroundColor", "Set &Background Color", "&Background", "Set background color",
-     "backgroundColor.png", noKeys, Menu::None, !checkable, !checked, available},
+     "backgroundColor.png", noKeys, Menu::None, !checkable, !checked},
 }};
 
 constexpr std::array files{Id::Load, Id::Save};
@@ -99,7 +89,6 @@ void configure(QAction& action, Id id) {
     action.setCheckable(d.checkable);
     if (d.checkable)
         action.setChecked(d.checked);
-    action.setEnabled(d.available);
 }
 
 } // namespace Actions

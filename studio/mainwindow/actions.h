@@ -50,8 +50,7 @@ struct Description {
     std::array<int, 2> keys; ///< pressed one after the other; 0: none
     Menu menu;
     bool checkable;
-    bool checked;   ///< at first
-    bool available; ///< false: the command cannot be given in this version
+    bool checked; ///< at first
 };
 
 /// In the order of the ids; within one menu that is the menu's order.

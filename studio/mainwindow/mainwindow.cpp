@@ -2,11 +2,16 @@
 
 #include "camera/statusbar.h"
 #include "camera/vortainterface.h"
+#include "capture/gcpsdialog.h"
+#include "capture/prefsdialog.h"
 #include "imageview/imageviewer.h"
+#include "services/aboutdialog.h"
 #include "services/appsettings.h"
 #include "services/loghandler.h"
 #include "services/logwidget.h"
 #include "services/recentfilesmenu.h"
+#include "services/updaterwidget.h"
+#include "settings/settingswidget.h"
 #include "view3d/dx11pointcloudwidget.h"
 
 #include <QAction>
@@ -66,6 +71,7 @@ MainWindow::MainWindow(Vorta::VortaInterface& controller, QWidget* parent, Qt::W
     setWindowTitle(QStringLiteral("Vorta Studio"));
     setAcceptDrops(true);
     createViews();
+    createDialogs();
     createActions();
     createMenus();
     createToolBar();
@@ -86,11 +92,17 @@ void MainWindow::createViews() {
 
     cameraImage_ = makeViewer(QStringLiteral("CameraImageWidget"));
     depthImage_ = makeViewer(QStringLiteral("DepthImageWidget"));
+    settings_ = new VortaQt::SettingsWidget;
+    settings_->setObjectName(QStringLiteral("SettingsWidget"));
+    settings_->setCameraSettings(controller_.settings());
     log_ = new VortaQt::LogWidget(this);
     cameraDock_ = addDock(*this, cameraImage_, QStringLiteral("camDockWidget"), QStringLiteral("Camera Image"),
                           Qt::RightDockWidgetArea);
     depthDock_ = addDock(*this, depthImage_, QStringLiteral("depthDockWidget"), QStringLiteral("Depth Image"),
                          Qt::RightDockWidgetArea);
+    settingsDock_ = addDock(*this, settings_, QStringLiteral("SettingsDockWidget"), QStringLiteral("Settings"),
+                            Qt::LeftDockWidgetArea);
+    settingsDock_->hide();
     logDock_ = addDock(*this, log_, QStringLiteral("logDockWidget_"), QStringLiteral("Log"), Qt::BottomDockWidgetArea);
     // The images keep the window's full height; the log lies below the 3D view alone.
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
@@ -101,6 +113,15 @@ void MainWindow::createViews() {
             Qt::QueuedConnection);
 }
 
+void MainWindow::createDialogs() {
+    captureDialog_ = new GcpsDialog(controller_, this);
+    connect(captureDialog_, &GcpsDialog::measurementTriggered, &controller_, &Vorta::VortaInterface::measure);
+    connect(captureDialog_, &GcpsDialog::stopLiveMeasure, &controller_, &Vorta::VortaInterface::stopLive);
+    connect(captureDialog_, &GcpsDialog::irisCountChanged, this, &MainWindow::slotUpdateMeasurementActions);
+    preferences_ = new PrefsDialog(controller_, this);
+    connect(preferences_, &PrefsDialog::preferencesApplied, &controller_, &Vorta::VortaInterface::setSettingsQuietly);
+}
+
 void MainWindow::createActions() {
     toolBar_ = addToolBar(QStringLiteral("Toolbar"));
     toolBar_->setObjectName(QStringLiteral("ToolBar"));
@@ -109,6 +130,7 @@ void MainWindow::createActions() {
     const auto adopt = [this](Id id, QAction* existing) { actions_[static_cast<std::size_t>(id)] = existing; };
     adopt(Id::CameraImage, cameraDock_->toggleViewAction());
     adopt(Id::DepthImage, depthDock_->toggleViewAction());
+    adopt(Id::Settings, settingsDock_->toggleViewAction());
     adopt(Id::LogWindow, logDock_->toggleViewAction());
     adopt(Id::Toolbar, toolBar_->toggleViewAction());
     for (const Actions::Description& description : Actions::all()) {
@@ -127,9 +149,14 @@ void MainWindow::createActions() {
     onTrigger(Id::Exit, &MainWindow::slotExit);
     onTrigger(Id::ResetLayout, &MainWindow::resetLayout);
     onTrigger(Id::ResetView, [this] { pointCloudView_->resetView(); });
-    onTrigger(Id::Grab, &MainWindow::captureSingle);
-    onTrigger(Id::Live, &MainWindow::startLive);
-    onTrigger(Id::Stop, [this] { controller_.stopLive(); });
+    onTrigger(Id::Preferences, &MainWindow::showPrefsDialog);
+    onTrigger(Id::Capture, &MainWindow::showMeasureDialog);
+    onTrigger(Id::About, &MainWindow::slotShowHelpAbout);
+    onTrigger(Id::Update, &MainWindow::slotShowHelpUpdate);
+    onTrigger(Id::Grab, [this] { captureDialog_->slotGrab(); });
+    onTrigger(Id::Hdr, [this] { captureDialog_->slotGrabHdr(); });
+    onTrigger(Id::Live, [this] { captureDialog_->slotStartLive(); });
+    onTrigger(Id::Stop, [this] { captureDialog_->slotStopLive(); });
     onTrigger(Id::DisplayRgb, &MainWindow::toggleRgb);
     onTrigger(Id::ToggleMesh, &MainWindow::toggleMeshing);
     onTrigger(Id::BackgroundColor, &MainWindow::slotSetBackgroundColor);
@@ -188,7 +215,9 @@ void MainWindow::connectController() {
     connect(&controller_, &VortaInterface::deviceCloudUpdated, this, &MainWindow::slotDeviceCloudUpdated);
     connect(&controller_, &VortaInterface::deviceCloudsUpdatedHDR, this, &MainWindow::slotDeviceCloudsUpdatedHDR);
     connect(cameraImage_, &ImageViewer::maskUpdated, &controller_, &VortaInterface::slotHandleMaskUpdate);
-    slotUpdateMeasurementActionsFromState(controller_.status());
+    connect(&controller_, &VortaInterface::settingsChanged, settings_, &VortaQt::SettingsWidget::setCameraSettings);
+    connect(settings_, &VortaQt::SettingsWidget::settingsApplied, &controller_, &VortaInterface::setSettings);
+    slotUpdateMeasurementActions();
 }
 
 void MainWindow::show() {
@@ -272,32 +301,40 @@ void MainWindow::slotExit() {
     QApplication::quit();
 }
 
-void MainWindow::captureSingle() {
-    controller_.measure(captureRequest());
+void MainWindow::slotShowHelpAbout() {
+    VortaQt::AboutDialog(QStringLiteral("Vorta Studio"),
+                         QStringLiteral("Graphical user interface for the Vorta 3D Camera"),
+                         VortaQt::studioComponents(), this)
+        .exec();
 }
 
-void MainWindow::startLive() {
-    Vorta::FrameSpec spec = captureRequest();
-    spec.live = true;
-    controller_.measure(spec);
+void MainWindow::slotShowHelpUpdate() {
+    VortaQt::UpdaterWidget(this).exec();
 }
 
-Vorta::FrameSpec MainWindow::captureRequest() const {
-    const Vorta::Settings& settings = controller_.settings();
-    Vorta::FrameSpec spec;
-    spec.brightness = static_cast<float>(settings.get<Vorta::Settings::Brightness>().value());
-    spec.exposureTime = settings.get<Vorta::Settings::ExposureTime>().value();
-    spec.iris = settings.get<Vorta::Settings::Iris>().value();
-    return spec;
+void MainWindow::showMeasureDialog() {
+    captureDialog_->show();
+    captureDialog_->raise();
+    captureDialog_->activateWindow();
+}
+
+void MainWindow::showPrefsDialog() {
+    preferences_->show();
 }
 
 void MainWindow::slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status) {
     action(Actions::Id::Grab).setEnabled(status.connected && !status.live);
+    action(Actions::Id::Hdr).setEnabled(status.connected && !status.live && captureDialog_->isHdrPossible());
     action(Actions::Id::Live).setEnabled(status.connected && !status.live);
     action(Actions::Id::Stop).setEnabled(status.connected && status.live);
 }
 
+void MainWindow::slotUpdateMeasurementActions() {
+    slotUpdateMeasurementActionsFromState(controller_.status());
+}
+
 void MainWindow::slotHandleStateChange(const Vorta::CameraStatus& status) {
+    preferences_->setEnabled(!status.live);
     pointCloudView_->setStreaming(status.live);
     if (status.live) {
         pointCloudView_->setFixedSize(pointCloudView_->size());
@@ -318,6 +355,7 @@ void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWith
         pointCloudView_->loadPoints(record->pointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
         refreshImages(*record);
+        settings_->setFrameSettings(controller_.frameSettings());
     }
     action(Actions::Id::Save).setEnabled(true);
 }

@@ -11,7 +11,9 @@
 #include <array>
 #include <memory>
 
+class GcpsDialog;
 class ImageViewer;
+class PrefsDialog;
 
 namespace Ui {
 class StatusBar;
@@ -23,12 +25,12 @@ class CloudWithImagesAndMask;
 class DX11PointCloudWidget;
 class PointCloud;
 class VortaInterface;
-struct FrameSpec;
 } // namespace Vorta
 
 namespace VortaQt {
 class LogWidget;
 class RecentFilesMenu;
+class SettingsWidget;
 } // namespace VortaQt
 
 /// The program's window: owns the views, docks, menus and the toolbar and wires them to the camera controller. It
@@ -52,15 +54,21 @@ public Q_SLOTS:
     void slotLoadSettings();
     void slotSaveSettings();
     void slotExit();
+    void slotShowHelpAbout();
+    void slotShowHelpUpdate();
     void slotDeviceCloudUpdated(Vorta::DeviceCloud cloud);
     void slotDeviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> clouds, Vorta::PointCloud pointCloud);
     void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record);
     void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
-    /// Keeps the 3D view at its size while live acquisition runs.
+    /// The same for the present status.
+    void slotUpdateMeasurementActions();
+    /// Keeps the 3D view at its size while live acquisition runs, and the preferences closed to changes.
     void slotHandleStateChange(const Vorta::CameraStatus& status);
     /// Kept for whoever calls slots by name: captures go through the controller.
     void grab();
     void startContinuous();
+    void showMeasureDialog();
+    void showPrefsDialog();
     void restoreGeometryAndState();
     void toggleRgb();
     void toggleMeshing();
@@ -77,14 +85,12 @@ protected:
 
 private:
     void createViews();
+    void createDialogs();
     void createActions();
     void createMenus();
     void createToolBar();
     void connectController();
     void resetLayout();
-    void captureSingle();
-    void startLive();
-    [[nodiscard]] Vorta::FrameSpec captureRequest() const;
     void refreshImages(const Vorta::CloudWithImagesAndMask& record);
     [[nodiscard]] QAction& action(Actions::Id id) const { return *actions_[static_cast<std::size_t>(id)]; }
 
@@ -93,10 +99,14 @@ private:
     Vorta::DX11PointCloudWidget* pointCloudView_ = nullptr;
     ImageViewer* cameraImage_ = nullptr;
     ImageViewer* depthImage_ = nullptr;
+    VortaQt::SettingsWidget* settings_ = nullptr;
     VortaQt::LogWidget* log_ = nullptr;
+    GcpsDialog* captureDialog_ = nullptr;
+    PrefsDialog* preferences_ = nullptr;
     Ui::StatusBar* statusBar_ = nullptr;
     QDockWidget* cameraDock_ = nullptr;
     QDockWidget* depthDock_ = nullptr;
+    QDockWidget* settingsDock_ = nullptr;
     QDockWidget* logDock_ = nullptr;
     QToolBar* toolBar_ = nullptr;
     VortaQt::RecentFilesMenu* recentFiles_ = nullptr;
