@@ -137,7 +137,7 @@ const Damage damages[] = {
      }},
     {"content beyond the end", [](ElfFile& file) { wanted(file).sh_offset = 100000; }},
     {"content that starts within and ends beyond",
-     [](ElfFile& file) { wanted(file).sh_offset = file.header.e_shoff + 3 * 64 - 4; }},
+     [](ElfFile& file) { wanted(file).sh_offset = file.header.e_shoff + sizeof(file.sections) - 4; }},
     {"content at the last number", [](ElfFile& file) { wanted(file).sh_offset = UINT64_MAX; }},
     {"content that wraps round", [](ElfFile& file) { wanted(file).sh_offset = UINT64_MAX - content.size() + 1; }},
     {"giant content", [](ElfFile& file) { wanted(file).sh_size = UINT64_MAX; }},
