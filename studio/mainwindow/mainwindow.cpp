@@ -309,7 +309,8 @@ void MainWindow::slotShowHelpAbout() {
 }
 
 void MainWindow::slotShowHelpUpdate() {
-    VortaQt::UpdaterWidget(this).exec();
+    // With a check at once: the dialog starts on its page for downloading.
+    VortaQt::UpdaterWidget(this, true).exec();
 }
 
 void MainWindow::showMeasureDialog() {
@@ -355,7 +356,9 @@ void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWith
         pointCloudView_->loadPoints(record->pointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
         refreshImages(*record);
-        settings_->setFrameSettings(controller_.frameSettings());
+        if (shownRecord_.lock() != record)
+            settings_->setFrameSettings(controller_.frameSettings());
+        shownRecord_ = record;
     }
     action(Actions::Id::Save).setEnabled(true);
 }

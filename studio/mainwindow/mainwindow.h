@@ -114,4 +114,6 @@ private:
     QByteArray defaultGeometry_;
     QByteArray defaultState_;
     bool firstCloud_ = true;
+    /// Whose settings are shown; a mask brings the same record again.
+    std::weak_ptr<Vorta::CloudWithImagesAndMask> shownRecord_;
 };
