@@ -110,7 +110,7 @@ TEST(InstallerFileName, HoldsTheWholeVersion) {
 TEST(InstallerFileName, NeverLeavesItsFolder) {
     // The name is made of a version, and none of these is one.
     for (const char* text : {"../../x", "1.0.2/../../x", "1.0.2-../x", "1.0.2+../x", "1.0.2+a/b", "1.0.2-a\\b", "..",
-                             "/etc/passwd", "C:\\x", "1.0.2-a:b", "1.0.2 ", "1.0.2%2f..", "\\\\host\\x"})
+                             "/etc/passwd", R"(C:\x)", "1.0.2-a:b", "1.0.2 ", "1.0.2%2f..", R"(\\host\x)"})
         EXPECT_THROW(SemVersion{text}, Vorta::ArgumentInvalidException) << text;
 }
 
