@@ -116,7 +116,7 @@ TEST_F(WindowDialogs, SettingsDockIsHiddenUntilAskedForAndShowsBothSettings) {
     const auto trees = dock.findChildren<QTreeView*>();
     ASSERT_EQ(trees.size(), 2);
     const auto filled = [&] {
-        return std::ranges::count_if(trees, [](const QTreeView* tree) { return tree->model()->rowCount() > 0; });
+        return std::ranges::count_if(trees, [](const QTreeView* tree) { return tree->model() && tree->model()->rowCount() > 0; });
     };
     EXPECT_EQ(filled(), 1) << "the camera's";
     grab();
