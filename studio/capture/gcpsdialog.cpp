@@ -52,11 +52,13 @@ LedScale scaleOf(const QDoubleSpinBox& box, const QSlider& slider) {
 } // namespace
 
 GcpsDialog::GcpsDialog(const Vorta::VortaInterface& controller, QWidget* parent)
-    : QDialog(parent), controller_(controller), ui_(std::make_unique<Ui::GcpsDialog>()) {
+    : QDialog(parent),
+      controller_(controller),
+      ui_(std::make_unique<Ui::GcpsDialog>()),
+      irises_(new IrisListViewModel(this)) {
     ui_->setupUi(this);
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
     setToolTips();
-    irises_ = new IrisListViewModel(this);
     ui_->irisListView->setModel(irises_);
     load();
     connectControls();
@@ -159,7 +161,7 @@ bool GcpsDialog::isHdrPossible() const {
     return irises_->values().size() >= fewestForHdr;
 }
 
-void GcpsDialog::slotEnableMeasurementControlsFromState(Vorta::CameraStatus status) {
+void GcpsDialog::slotEnableMeasurementControlsFromState(const Vorta::CameraStatus& status) {
     const bool ready = status.connected && !status.live;
     ui_->measureButton->setEnabled(ready);
     ui_->measureLiveButton->setEnabled(ready);

@@ -41,7 +41,7 @@ Q_SIGNALS:
     void irisValueChanged(int value);
 
 public Q_SLOTS:
-    void slotEnableMeasurementControlsFromState(Vorta::CameraStatus status);
+    void slotEnableMeasurementControlsFromState(const Vorta::CameraStatus& status);
     /// What the four capture buttons do, for commands elsewhere that do the same.
     void slotGrab();
     void slotGrabHdr();
@@ -82,6 +82,6 @@ private:
 
     const Vorta::VortaInterface& controller_;
     std::unique_ptr<Ui::GcpsDialog> ui_;
-    IrisListViewModel* irises_ = nullptr;
+    IrisListViewModel* irises_;
     bool raw_ = false;
 };
