@@ -81,8 +81,10 @@ bool Studio::notify(QObject* receiver, QEvent* event) {
 }
 
 void Studio::reportException(const QString& message) {
-    QMessageBox::warning(QApplication::activeWindow(), QStringLiteral("An exception occurred"), message,
-                         QMessageBox::Ok);
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("An exception occurred"), message, QMessageBox::Ok,
+                    QApplication::activeWindow());
+    box.setTextFormat(Qt::PlainText); // it may quote a file or a server
+    box.exec();
 }
 
 } // namespace Vorta

@@ -28,7 +28,7 @@ std::uint8_t decodeNibble(char c) {
 } // namespace
 
 const Vorta::SemVersion& installedVersion() {
-    static const Vorta::SemVersion version{"1.0.1+3607.8a7510c4"};
+    static const Vorta::SemVersion version{VORTA_PRODUCT_VERSION};
     return version;
 }
 

@@ -14,6 +14,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <deque>
@@ -111,14 +112,17 @@ private:
         QStringList buttons;
         for (const QAbstractButton* button : box->buttons())
             buttons += button->text().remove(QLatin1Char('&'));
-        tell(QStringLiteral("box %1|%2|%3").arg(box->windowTitle(), box->text(), buttons.join(QLatin1Char(','))));
+        const bool rich = box->textFormat() != Qt::PlainText && Qt::mightBeRichText(box->text());
+        tell(QStringLiteral("box %1|%2|%3")
+                 .arg(box->windowTitle(), rich ? QStringLiteral("drawn as rich text") : box->text(),
+                      buttons.join(QLatin1Char(','))));
     }
 
     void obey(const std::string& command) {
         if (command == "accept" && box_)
             box_->defaultButton() ? box_->defaultButton()->click() : box_->buttons().constFirst()->click();
         else if (command == "throw")
-            throw std::runtime_error("Thrown on purpose");
+            throw std::runtime_error("Thrown on <b>purpose</b>");
         else if (command == "throw-int")
             throw 42;
         else if (command == "grab" && window_)

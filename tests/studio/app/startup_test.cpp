@@ -141,7 +141,7 @@ TEST_F(Startup, ExceptionInAHandlerIsShownOnceAndTheProgramGoesOn) {
     StudioProcess studio(home_.path());
     ASSERT_FALSE(studio.waitForLine("connected").isEmpty());
     studio.command("throw");
-    EXPECT_EQ(studio.waitForLine("box"), "box An exception occurred|Thrown on purpose|OK");
+    EXPECT_EQ(studio.waitForLine("box"), "box An exception occurred|Thrown on <b>purpose</b>|OK");
     studio.command("accept");
     studio.command("throw-int");
     EXPECT_EQ(studio.waitForLine("box"), "box An exception occurred|Unknown exception|OK");

@@ -116,7 +116,8 @@ TEST_F(WindowDialogs, SettingsDockIsHiddenUntilAskedForAndShowsBothSettings) {
     const auto trees = dock.findChildren<QTreeView*>();
     ASSERT_EQ(trees.size(), 2);
     const auto filled = [&] {
-        return std::ranges::count_if(trees, [](const QTreeView* tree) { return tree->model() && tree->model()->rowCount() > 0; });
+        return std::ranges::count_if(
+            trees, [](const QTreeView* tree) { return tree->model() && tree->model()->rowCount() > 0; });
     };
     EXPECT_EQ(filled(), 1) << "the camera's";
     grab();
@@ -159,14 +160,13 @@ TEST_F(WindowDialogs, SlotsStandInTheirOrder) {
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
         slotNames.push_back(meta.method(i).name().toStdString());
     EXPECT_THAT(slotNames,
-                testing::ElementsAre("show", "slotOpenFile", "slotFileSave", "slotLoadSettings", "slotSaveSettings",
-                                     "slotExit", "slotShowHelpAbout", "slotShowHelpUpdate", "slotDeviceCloudUpdated",
-                                     "slotDeviceCloudsUpdatedHDR", "slotHandlePointCloudDataUpdate",
-                                     "slotUpdateMeasurementActionsFromState", "slotUpdateMeasurementActions",
-                                     "slotHandleStateChange", "grab", "startContinuous", "showMeasureDialog",
-                                     "showPrefsDialog", "restoreGeometryAndState", "toggleRgb", "toggleMeshing",
-                                     "slotSetBackgroundColor", "slotHandleInitialShow", "slotShowMessage",
-                                     "slotShowWarning"));
+                testing::ElementsAre(
+                    "show", "slotOpenFile", "slotFileSave", "slotLoadSettings", "slotSaveSettings", "slotExit",
+                    "slotShowHelpAbout", "slotShowHelpUpdate", "slotDeviceCloudUpdated", "slotDeviceCloudsUpdatedHDR",
+                    "slotHandlePointCloudDataUpdate", "slotUpdateMeasurementActionsFromState",
+                    "slotUpdateMeasurementActions", "slotHandleStateChange", "grab", "startContinuous",
+                    "showMeasureDialog", "showPrefsDialog", "restoreGeometryAndState", "toggleRgb", "toggleMeshing",
+                    "slotSetBackgroundColor", "slotHandleInitialShow", "slotShowMessage", "slotShowWarning"));
 }
 
 } // namespace
