@@ -245,6 +245,8 @@ void ImageViewer::leaveTool() {
 }
 
 void ImageViewer::createPlot() {
+    if (plotDock_)
+        return; // there is one
     plot_ = new CrossSectionPlot;
     plot_->setObjectName(QStringLiteral("crossSectionPlot"));
     plotDock_ = new QDockWidget(tr("Cross section"), this);

@@ -23,6 +23,8 @@ std::string Camera::firmwareVersion() const {
     return getImpl().identity().firmwareVersion;
 }
 
+// A handle, whose operations change the camera: they are not const though the handle stays the same.
+// NOLINTBEGIN(readability-make-member-function-const)
 void Camera::connect() {
     getImpl().connect();
 }
@@ -58,6 +60,8 @@ void Camera::startLive() {
 void Camera::stopLive() {
     getImpl().stopLive();
 }
+
+// NOLINTEND(readability-make-member-function-const)
 
 CameraState Camera::state() const noexcept {
     return impl_ ? impl_->state() : CameraState{};

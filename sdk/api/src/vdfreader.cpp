@@ -25,6 +25,7 @@ constexpr std::size_t bytesPerPoint = channels.size() * sizeof(float) + colourMe
 constexpr std::size_t maximumDeflateRatio = 1040;
 
 IOException readError(const std::string& path, const std::string& reason) {
+    // NOLINTNEXTLINE(modernize-return-braced-init-list): the constructor is explicit
     return IOException("Data file '" + path + "' cannot be read: " + reason);
 }
 
@@ -212,6 +213,7 @@ private:
         if (!promises_.take(count * grid_.height * grid_.width))
             throw error("it is too short to hold its " + std::to_string(count) + " raw images.");
         const auto layout = file_.text(info->variable, Name::bayerLayout, maximumText);
+        // NOLINTNEXTLINE(readability-qualified-auto): an iterator is no pointer with every library
         const auto known = std::ranges::find_if(
             bayerNames, [&](const BayerName& candidate) { return layout && *layout == candidate.name; });
         if (known == bayerNames.end())

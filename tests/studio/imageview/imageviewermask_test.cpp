@@ -256,6 +256,7 @@ TEST_F(MaskViewer, LineShowsItsCrossSection) {
 }
 
 TEST_F(MaskViewer, CrossSectionDockFollowsItsActionAndItsOwnButton) {
+    viewer_.createPlot(); // there is one already
     auto& dock = part<QDockWidget>("crossSectionDock");
     action("actionToggle_cross_section").trigger();
     EXPECT_TRUE(dock.isVisible());
