@@ -80,7 +80,8 @@ void FileCommands::saveMeasurement() {
 }
 
 void FileCommands::saveAs(const QString& fileName, const QString& selectedFilter) {
-    const Vorta::PointCloud cloud = controller_.record()->pointCloud();
+    // What is masked is meant for nobody; the data file alone keeps all that was measured.
+    const Vorta::PointCloud cloud = controller_.record()->maskedPointCloud();
     const std::string path = fileName.toLocal8Bit().toStdString();
     if (hasEnding(fileName, ".vdf")) {
         controller_.saveDataFile(fileName);

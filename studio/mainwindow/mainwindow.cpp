@@ -181,7 +181,9 @@ void MainWindow::createMenus() {
     menus[0].second->insertMenu(&action(Actions::Id::Exit), recentFiles_);
     connect(recentFiles_, &VortaQt::RecentFilesMenu::fileSelected, this, &MainWindow::openFile);
     connect(&fileCommands_, &FileCommands::fileOpened, this, [this](const QString& fileName) {
-        pointCloudView_->resetView();
+        // A data file's mask takes effect after its record was published.
+        pointCloudView_->loadPoints(controller_.record()->maskedPointCloud(), true);
+        pointCloudView_->render();
         recentFiles_->addFile(fileName);
     });
 }
@@ -353,7 +355,7 @@ void MainWindow::startContinuous() {}
 
 void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record) {
     if (!controller_.status().live) {
-        pointCloudView_->loadPoints(record->pointCloud(), std::exchange(firstCloud_, false));
+        pointCloudView_->loadPoints(record->maskedPointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
         refreshImages(*record);
         if (shownRecord_.lock() != record)

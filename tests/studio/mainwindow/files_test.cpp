@@ -8,6 +8,8 @@
 #include <QMimeData>
 #include <QUrl>
 
+#include <algorithm>
+#include <cmath>
 #include <gmock/gmock.h>
 
 namespace {
@@ -60,6 +62,42 @@ INSTANTIATE_TEST_SUITE_P(
                     SaveCase{"a.ply", "Ordered", "ply\nformat binary_little_endian 1.0\n", 243 * 150 * 15 + 205},
                     SaveCase{"b.PLY", "Data File (*.vdf)", "ply\n", 243 * 150 * 15 + 205},
                     SaveCase{"c.ply", "Unordered", "ply\n", -1}, SaveCase{"a.pcd", "Point Cloud", "# .PCD v0.7", -1}));
+
+TEST_F(Window, MaskedPointsAreNotExported) {
+    show();
+    grab();
+    cv::Mat_<uchar> mask(150, 243, uchar{0});
+    mask(cv::Rect(0, 0, 243, 149)).setTo(5);
+    controller_.slotHandleMaskUpdate(mask);
+    ModalDriver boxes;
+    boxes.then(saveAs(path("a.xyz"), QStringLiteral("ASCII")));
+    window_.slotFileSave();
+    QFile file(path("a.xyz"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    const auto valid = std::count_if(lines.begin(), lines.end(), [](const QByteArray& line) {
+        return !line.isEmpty() && !line.toLower().contains("nan");
+    });
+    EXPECT_GT(valid, 0) << "the last row is not masked";
+    EXPECT_LE(valid, 243);
+}
+
+TEST_F(Window, OpenedFileShowsWhatSavingWrites) {
+    show();
+    grab();
+    controller_.saveDataFile(path("a.vdf"));
+    // Nothing lies that far: the mask of the opened file hides it all.
+    Settings settings = controller_.settings();
+    settings.getSettingsInternal().set(SettingsInternal::Measurement::MinZ(9000.0));
+    settings.getSettingsInternal().set(SettingsInternal::Measurement::MaxZ(9500.0));
+    controller_.setSettingsQuietly(settings);
+    MainWindow fresh(controller_);
+    fresh.show();
+    EXPECT_TRUE(Vorta::Test::waitFor([&] { return !viewIsPlain(fresh); })) << "the grid";
+    fresh.openFile(path("a.vdf"));
+    EXPECT_TRUE(Vorta::Test::waitFor([&] { return viewIsPlain(fresh); }));
+    EXPECT_TRUE(std::isnan(controller_.record()->maskedPointCloud()(75, 121).z));
+}
 
 TEST_F(Window, SaveUnderANameWithoutEndingWritesNothing) {
     show();

@@ -156,6 +156,20 @@ TEST_F(Window, MaskOfTheCameraImageReachesTheRecord) {
     EXPECT_FALSE(std::isnan(record->pointCloud()(75, 121).z));
 }
 
+TEST_F(Window, MaskedPointsLeaveTheView) {
+    show();
+    grab();
+    EXPECT_TRUE(waitFor([&] { return !viewIsPlain(window_); }));
+    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    EXPECT_TRUE(waitFor([&] { return viewIsPlain(window_); })) << "all is masked";
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionDelete_Mask")).trigger();
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    EXPECT_TRUE(waitFor([&] { return !viewIsPlain(window_); })) << "an empty mask hides nothing";
+}
+
 TEST_F(Window, ViewMenuHidesAndShowsADock) {
     show();
     auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("logDockWidget_"));

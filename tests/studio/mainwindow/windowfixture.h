@@ -36,6 +36,14 @@ protected:
     QAction& action(const char* name) { return Vorta::Test::find<QAction>(window_, QLatin1String(name)); }
     QString path(const char* name) const { return folder_.filePath(QString::fromUtf8(name)); }
 
+    /// Whether the 3D view shows nothing but its background.
+    static bool viewIsPlain(const MainWindow& window) {
+        const QImage view = Vorta::Test::grabFromScreen(*window.centralWidget());
+        QImage plain(view.size(), view.format());
+        plain.fill(view.pixelColor(0, 0));
+        return view == plain;
+    }
+
     /// Types `name` into the save dialog, under the filter that contains `filter`.
     static std::function<void(QWidget&)> saveAs(const QString& name, const QString& filter) {
         return [=](QWidget& box) {
