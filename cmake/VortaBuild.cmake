@@ -140,6 +140,11 @@ function(vorta_studio_library folder)
   add_library(Vorta::${folder} ALIAS studio_${folder})
   target_include_directories(studio_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/studio)
   target_link_libraries(studio_${folder} PRIVATE Vorta::build)
+  if(arg_SOURCES MATCHES "[.]ui(;|$)")
+    # What uic writes is not ours to lint.
+    target_include_directories(studio_${folder} SYSTEM
+      PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/studio_${folder}_autogen/include)
+  endif()
 endfunction()
 
 # vorta_test(<name> SOURCES ... LIBRARIES ... [SCREEN] [TIMEOUT seconds])
