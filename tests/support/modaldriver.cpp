@@ -77,6 +77,14 @@ void click(QWidget& box, const QString& name) {
     cancel(box);
 }
 
+void pressEscape(QWidget& box) {
+    // Until the window manager has made the box active, the key would be a shortcut of the window behind it.
+    if (box.isActiveWindow())
+        QTest::keyClick(&box, Qt::Key_Escape);
+    else
+        QTimer::singleShot(pollIntervalMs, &box, [&box] { pressEscape(box); });
+}
+
 void chooseFile(QWidget& box, const QString& path) {
     auto* dialog = qobject_cast<QFileDialog*>(&box);
     auto* edit = box.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
@@ -110,7 +118,7 @@ ModalDriver& ModalDriver::thenChooseFile(const QString& path) {
 }
 
 ModalDriver& ModalDriver::thenCancel() {
-    return then([](QWidget& box) { QTest::keyClick(&box, Qt::Key_Escape); });
+    return then(pressEscape);
 }
 
 ModalDriver& ModalDriver::then(std::function<void(QWidget&)> step) {
