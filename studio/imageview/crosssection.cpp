@@ -46,11 +46,17 @@ QVector<QPointF> crossSection(const cv::Mat& image, const cv::Mat_<uchar>& mask,
             samples.append({static_cast<double>(abscissa), value});
     };
     if (dx > dy) {
-        for (const float slope = dy / dx; x <= static_cast<float>(line.x2()); x += 1.0F, y += slope)
+        const float slope = dy / dx;
+        for (int column = line.x1(); column <= line.x2(); ++column, y += slope) {
+            x = static_cast<float>(column);
             take(x);
+        }
     } else {
-        for (const float slope = dx / dy; y <= static_cast<float>(line.y2()); y += 1.0F, x += slope)
+        const float slope = dx / dy;
+        for (int row = line.y1(); row <= line.y2(); ++row, x += slope) {
+            y = static_cast<float>(row);
             take(y);
+        }
     }
     return samples;
 }

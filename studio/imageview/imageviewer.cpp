@@ -48,13 +48,15 @@ QDoubleSpinBox* makeRangeBox(const QString& name, const QString& tip) {
 } // namespace
 
 ImageViewer::ImageViewer(QWidget* parent)
-    : QMainWindow(parent), ui_(std::make_unique<Ui::ImageViewer>()), label_(new ImageLabel) {
+    : QMainWindow(parent),
+      ui_(std::make_unique<Ui::ImageViewer>()),
+      label_(new ImageLabel),
+      legend_(new ColorMapLegend(colorMap_)) {
     ui_->setupUi(this);
     label_->setObjectName(QStringLiteral("imageLabel"));
     ui_->scrollArea->setWidget(label_);
     // The same around a picture that is smaller than the view.
     ui_->scrollArea->setBackgroundRole(label_->backgroundRole());
-    legend_ = new ColorMapLegend(colorMap_);
     legend_->setObjectName(QStringLiteral("colorMapLegend"));
     legend_->hide();
     ui_->horizontalLayout->addWidget(legend_);
@@ -247,23 +249,31 @@ void ImageViewer::leaveTool() {
 void ImageViewer::createPlot() {
     if (plotDock_)
         return; // there is one
-    plot_ = new CrossSectionPlot;
-    plot_->setObjectName(QStringLiteral("crossSectionPlot"));
     plotDock_ = new QDockWidget(tr("Cross section"), this);
     plotDock_->setObjectName(QStringLiteral("crossSectionDock"));
-    plotDock_->setWidget(plot_);
     addDockWidget(Qt::BottomDockWidgetArea, plotDock_);
     plotDock_->hide();
     // The dock can be closed by its own button too.
     connect(plotDock_->toggleViewAction(), &QAction::toggled, ui_->actionToggle_cross_section, &QAction::setChecked);
 }
 
+CrossSectionPlot& ImageViewer::plot() {
+    if (!plot_) {
+        plot_ = &makeCrossSectionPlot();
+        plot_->widget().setObjectName(QStringLiteral("crossSectionPlot"));
+        plotDock_->setWidget(&plot_->widget());
+    }
+    return *plot_;
+}
+
 void ImageViewer::on_actionToggle_cross_section_toggled(bool arg1) {
+    if (arg1)
+        plot();
     plotDock_->setVisible(arg1);
 }
 
 void ImageViewer::updateCrossSection(QLine line) {
-    plot_->setSamples(crossSection(matrix_, mask_, line));
+    plot().setSamples(crossSection(matrix_, mask_, line));
 }
 
 void ImageViewer::showPicture(const QImage& picture) {

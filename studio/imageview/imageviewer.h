@@ -103,6 +103,7 @@ private:
     void showPicture(const QImage& picture);
     void zoomFrom(const QSize& size);
     void updateActions();
+    CrossSectionPlot& plot();
     [[nodiscard]] bool isFitted() const;
     [[nodiscard]] QImage colouredDepths() const;
     [[nodiscard]] QString maskClassAt(int x, int y) const;
@@ -118,7 +119,7 @@ private:
     QAction* maskSaturated_ = nullptr;
 
     QDockWidget* plotDock_ = nullptr;
-    CrossSectionPlot* plot_ = nullptr;
+    CrossSectionPlot* plot_ = nullptr; // made when it is first seen
 
     cv::Mat matrix_;            // the image as it came
     QImage displayedImage_;     // the false-colour image; null for colour images

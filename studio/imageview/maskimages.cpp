@@ -30,7 +30,7 @@ constexpr Palette saturatedPalette() {
 QImage painted(const cv::Mat_<uchar>& mask, const Palette& palette) {
     QImage image(mask.cols, mask.rows, QImage::Format_ARGB32);
     for (int row = 0; row < mask.rows; ++row) {
-        const uchar* codes = mask.ptr<uchar>(row);
+        const auto* codes = mask.ptr<uchar>(row);
         auto* pixels = reinterpret_cast<QRgb*>(image.scanLine(row));
         for (int column = 0; column < mask.cols; ++column)
             pixels[column] = palette[codes[column]];

@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <opencv2/core.hpp>
+#include <qwt_plot.h>
 #include <qwt_plot_item.h>
 
 namespace {
@@ -241,7 +242,7 @@ TEST_F(MaskViewer, LineShowsItsCrossSection) {
     click(60, 50);
     EXPECT_TRUE(dock.isVisible());
     EXPECT_TRUE(action("actionToggle_cross_section").isChecked());
-    const auto& plot = part<CrossSectionPlot>("crossSectionPlot");
+    const auto& plot = part<QwtPlot>("crossSectionPlot");
     const QwtPlotItemList curves = plot.itemList(QwtPlotItem::Rtti_PlotCurve);
     ASSERT_EQ(curves.size(), 1);
     EXPECT_EQ(curves.front()->title().text(), QStringLiteral("Points"));

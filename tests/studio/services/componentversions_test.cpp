@@ -125,6 +125,7 @@ const OwnFile ownFiles[] = {
     {"VortaCameraToshibaTeli.dll", "Driver for ToshibaTeli cameras"},
     {"VortaCameraNetCDF.dll", "Driver that replays data files"},
     {"libVortaImageFiles.so", "Image files of Vorta Studio"},
+    {"libVortaPlots.so", "Plots of Vorta Studio"},
     {"VortaFirmwareUpdater.exe", "Firmware updater for Vorta 3D cameras"},
     {"vorta", "Command line of the Vorta 3D camera"},
 };
