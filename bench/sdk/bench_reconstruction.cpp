@@ -24,10 +24,8 @@ namespace {
 constexpr double waveMm = 20.0;
 
 void require(bool condition, const char* what) {
-    if (!condition) {
-        std::cerr << "bench_reconstruction: " << what << '\n';
-        std::exit(1);
-    }
+    if (!condition)
+        throw std::runtime_error(what);
 }
 
 /// Both must find the same points: a difference beyond rounding would make the comparison worthless.

@@ -25,7 +25,7 @@ struct Bench {
                  .levels = std::vector<float>(head.calibration.projector.width, 0.05F * static_cast<float>(i))});
     }
 
-    void run(benchmark::State& state, int before) {
+    void run(benchmark::State& state, int before) const {
         Virtual::Simulation simulation(head, scene);
         Driver::ImageStack images;
         const auto capture = [&] { simulation.acquire({.iris = 31, .maxIris = 63}, sequence, images); };

@@ -44,7 +44,7 @@ void plainSave(const PointCloud& cloud, std::size_t blockRows, const std::string
     int file = 0;
     check(nc_create(path.c_str(), NC_CLOBBER | NC_NETCDF4, &file));
     std::array<int, 3> dimensions{};
-    check(nc_def_dim(file, "row", cloud.height(), &dimensions[0]));
+    check(nc_def_dim(file, "row", cloud.height(), dimensions.data()));
     check(nc_def_dim(file, "column", cloud.width(), &dimensions[1]));
     check(nc_def_dim(file, "channel", colours.size(), &dimensions[2]));
     const std::array<std::size_t, 3> chunk{blockRows, cloud.width(), colours.size()};

@@ -28,7 +28,7 @@ private:
     void triangulate(const Column& column, std::size_t pixel, Vorta::Point& point) const;
 
     struct Lens {
-        float fx, fy, cx, cy, k1, k2, k3, p1, p2;
+        float fx = 0, fy = 0, cx = 0, cy = 0, k1 = 0, k2 = 0, k3 = 0, p1 = 0, p2 = 0;
     };
     Lens lens_; // of the projector
     float width_;

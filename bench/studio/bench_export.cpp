@@ -42,10 +42,8 @@ PointCloud makeCloud() {
 }
 
 void require(bool condition, const char* what) {
-    if (!condition) {
-        std::cerr << "bench_export: " << what << '\n';
-        std::exit(1);
-    }
+    if (!condition)
+        throw std::runtime_error(what);
 }
 
 std::vector<char> read(const std::string& path) {

@@ -83,9 +83,9 @@ void compare(int argc, char** argv) {
         !Vorta::Export::writePly(smallFile.toStdString(), small, false))
         throw std::runtime_error("the point clouds cannot be written");
 
-    std::vector<double> ours;
-    for (int run = 0; run < runs; ++run)
-        ours.push_back(openMs(window, dataFile));
+    std::vector<double> ours(runs);
+    for (double& milliseconds : ours)
+        milliseconds = openMs(window, dataFile);
     std::printf("opening %zu x %zu points to all views drawn: %.0f ms\n", cloud.width(), cloud.height(), median(ours));
     const QString other = QStandardPaths::findExecutable(QStringLiteral("CloudCompare"));
     if (other.isEmpty()) {

@@ -37,6 +37,7 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
     setApplicationVersion(QStringLiteral(VORTA_VERSION));
     setWindowIcon(applicationIcon());
 
+    // The store goes by the names above. NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer)
     settings_ = new VortaQt::AppSettings(this);
     const std::string refusal = applyLogThreshold();
     logHandler_ = new VortaQt::LogHandler(application_, "Vorta Studio", this);

@@ -20,7 +20,7 @@ QString degrees(float temperature) {
 QString componentTemperatures(const Vorta::CameraStatus& status) {
     struct Component {
         QLatin1String name;
-        float temperature;
+        float temperature = 0.0F;
     };
     const std::array components{Component{QLatin1String("LED: "), status.ledTemperature},
                                 Component{QLatin1String("Lens: "), status.lensTemperature},

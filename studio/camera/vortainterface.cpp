@@ -390,7 +390,7 @@ void VortaInterface::slotHandleCameraInitialized() {
         connectCamera(computeDevice_);
 }
 
-void VortaInterface::slotHandleCameraInitializationFailed(QString errorMessage) {
+void VortaInterface::slotHandleCameraInitializationFailed(const QString& errorMessage) {
     QString text = QStringLiteral("Failed to initialize camera");
     if (!errorMessage.isEmpty())
         text += QStringLiteral(": \n") + errorMessage + QStringLiteral("\n");

@@ -94,7 +94,7 @@ public Q_SLOTS:
     /// Replaces the current record's mask by the user's and rebuilds its masked cloud.
     void slotHandleMaskUpdate(cv::Mat_<uchar>& mask);
     void slotHandleCameraInitialized();
-    void slotHandleCameraInitializationFailed(QString errorMessage);
+    void slotHandleCameraInitializationFailed(const QString& errorMessage);
     void slotHandleFirstCameraConnected();
     void slotHandleCameraPollTimer();
     void slotHandleMeasurementUpdated(Vorta::Frame frame);

@@ -51,7 +51,7 @@ void PreferencesValues::writeTo(Settings& settings) const {
 
 Pattern patternOf(Mode mode, const Settings& settings) {
     if (mode == Mode::ErrorCorrecting)
-        return Pattern(PatternCode::ErrorCorrecting);
+        return Pattern(PatternCode::ErrorCorrecting); // explicit. NOLINT(modernize-return-braced-init-list)
     const auto& current = settings.getSettingsInternal().get<Pattern>();
     return current.value() == PatternCode::ErrorCorrecting ? Pattern() : current;
 }

@@ -353,7 +353,7 @@ void MainWindow::grab() {
 
 void MainWindow::startContinuous() {}
 
-void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record) {
+void MainWindow::slotHandlePointCloudDataUpdate(const std::shared_ptr<Vorta::CloudWithImagesAndMask>& record) {
     if (!controller_.status().live) {
         pointCloudView_->loadPoints(record->maskedPointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
@@ -365,7 +365,7 @@ void MainWindow::slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWith
     action(Actions::Id::Save).setEnabled(true);
 }
 
-void MainWindow::slotDeviceCloudUpdated(Vorta::DeviceCloud cloud) {
+void MainWindow::slotDeviceCloudUpdated(const Vorta::DeviceCloud& cloud) {
     pointCloudView_->setDeviceCloud(cloud);
     if (std::exchange(firstCloud_, false))
         pointCloudView_->resetView();
@@ -374,7 +374,8 @@ void MainWindow::slotDeviceCloudUpdated(Vorta::DeviceCloud cloud) {
         refreshImages(*controller_.record());
 }
 
-void MainWindow::slotDeviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> clouds, Vorta::PointCloud pointCloud) {
+void MainWindow::slotDeviceCloudsUpdatedHDR(const QList<Vorta::DeviceCloud>& clouds,
+                                            const Vorta::PointCloud& pointCloud) {
     if (controller_.status().live)
         return;
     if (std::exchange(firstCloud_, false)) {

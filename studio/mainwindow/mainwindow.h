@@ -56,9 +56,9 @@ public Q_SLOTS:
     void slotExit();
     void slotShowHelpAbout();
     void slotShowHelpUpdate();
-    void slotDeviceCloudUpdated(Vorta::DeviceCloud cloud);
-    void slotDeviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud> clouds, Vorta::PointCloud pointCloud);
-    void slotHandlePointCloudDataUpdate(std::shared_ptr<Vorta::CloudWithImagesAndMask> record);
+    void slotDeviceCloudUpdated(const Vorta::DeviceCloud& cloud);
+    void slotDeviceCloudsUpdatedHDR(const QList<Vorta::DeviceCloud>& clouds, const Vorta::PointCloud& pointCloud);
+    void slotHandlePointCloudDataUpdate(const std::shared_ptr<Vorta::CloudWithImagesAndMask>& record);
     void slotUpdateMeasurementActionsFromState(const Vorta::CameraStatus& status);
     /// The same for the present status.
     void slotUpdateMeasurementActions();

@@ -12,8 +12,8 @@ namespace {
 
 constexpr const char* entryPoint = "vortaCreateDriver";
 
-IOException loadError(const std::filesystem::path& path, const std::string& reason) {
-    return IOException("Camera driver '" + path.string() + "' cannot be loaded: " + reason);
+[[noreturn]] void fail(const std::filesystem::path& path, const std::string& reason) {
+    throw IOException("Camera driver '" + path.string() + "' cannot be loaded: " + reason);
 }
 
 boost::dll::shared_library load(const std::filesystem::path& path) {
@@ -21,9 +21,9 @@ boost::dll::shared_library load(const std::filesystem::path& path) {
     std::error_code error;
     library.load(path, boost::dll::load_mode::default_mode, error);
     if (error)
-        throw loadError(path, "it is not a library that this system can load (" + error.message() + ").");
+        fail(path, "it is not a library that this system can load (" + error.message() + ").");
     if (!library.has(entryPoint))
-        throw loadError(path, std::string("it is a library without the entry point '") + entryPoint + "'.");
+        fail(path, std::string("it is a library without the entry point '") + entryPoint + "'.");
     return library;
 }
 
@@ -44,11 +44,11 @@ std::unique_ptr<Driver::Driver> create(const std::filesystem::path& path, const 
     try {
         driver.reset(entry(Driver::interfaceVersion));
     } catch (const std::exception& error) {
-        throw loadError(path, std::string("it failed to start: ") + error.what());
+        fail(path, std::string("it failed to start: ") + error.what());
     }
     if (!driver)
-        throw loadError(path, "it was built for another version of the driver interface than " +
-                                  std::to_string(Driver::interfaceVersion) + ".");
+        fail(path, "it was built for another version of the driver interface than " +
+                       std::to_string(Driver::interfaceVersion) + ".");
     return driver;
 }
 
@@ -58,9 +58,9 @@ DriverLibrary::DriverLibrary(const std::filesystem::path& path) {
     std::error_code error;
     path_ = std::filesystem::canonical(path, error);
     if (error)
-        throw loadError(path, error.message() + ".");
+        fail(path, error.message() + ".");
     if (!std::filesystem::is_regular_file(path_))
-        throw loadError(path, "it is not a file.");
+        fail(path, "it is not a file.");
     driver_ = create(path_, resident(path_));
 }
 

@@ -138,8 +138,8 @@ private:
         grid_.image = defineArray(Name::image, Type::UnsignedByte, {exposure, row_, column_},
                                   {1, imageBlockRows(grid_.height, grid_.width), grid_.width},
                                   "raw image of the sensor in the order of exposure", "1");
-        const auto layout = std::ranges::find(bayerNames, raw.bayerLayout, &BayerName::layout);
-        file_.setText(grid_.image->variable, Name::bayerLayout, layout->name);
+        const BayerName& layout = *std::ranges::find(bayerNames, raw.bayerLayout, &BayerName::layout);
+        file_.setText(grid_.image->variable, Name::bayerLayout, layout.name);
         for (const HeadSize& size : headSizes)
             file_.setInt(grid_.image->variable, size.name, static_cast<int>(raw.dimensions.*size.member));
     }

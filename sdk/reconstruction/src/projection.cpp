@@ -9,7 +9,10 @@ namespace {
 struct Distorted {
     ImagePoint point;
     // Derivatives of the distorted position by the undistorted one.
-    double dxdx, dxdy, dydx, dydy;
+    double dxdx = 1.0;
+    double dxdy = 0.0;
+    double dydx = 0.0;
+    double dydy = 1.0;
 };
 
 Distorted distort(const Driver::PinholeModel& m, ImagePoint p) {

@@ -14,13 +14,11 @@
 namespace Vorta {
 namespace {
 
-using ::testing::AllOf;
 using Testing::completeFrame;
 using ::testing::HasSubstr;
 using Testing::rawImages;
 using Testing::readFile;
 using Testing::runProgram;
-using Testing::smallFrame;
 using Testing::TemporaryFolder;
 
 std::vector<std::uint8_t> pixelsOf(const RawImages& raw) {
@@ -53,7 +51,7 @@ void expectSame(const Frame& loaded, const Frame& saved) {
 }
 
 Frame load(const std::string& path) {
-    return Frame(path, ComputeDevice{});
+    return {path, ComputeDevice{}};
 }
 
 TEST(CompleteFile, GivesBackImagesCalibrationAndChildren) {

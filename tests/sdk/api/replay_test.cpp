@@ -43,7 +43,7 @@ protected:
         recorder.getImpl().setCameraDriver(driverPath(), settings);
         Camera camera = recorder.cameras().at(0);
         camera.connect();
-        const Frame frame = camera.capture();
+        Frame frame = camera.capture();
         frame.save(file());
         return frame;
     }

@@ -71,7 +71,7 @@ TEST(PointCloud, IsRowMajor) {
     EXPECT_EQ(cloud(0, 1).z, 1.0F);
     EXPECT_EQ(cloud.row(1)[2].z, 12.0F);
     EXPECT_EQ(cloud.row(1).size(), 3U);
-    EXPECT_EQ(&cloud.row(1)[0], cloud.data() + 3);
+    EXPECT_EQ(cloud.row(1).data(), cloud.data() + 3);
     EXPECT_EQ(std::as_const(cloud)(1, 2).z, 12.0F);
     EXPECT_EQ(std::as_const(cloud)[5].z, 12.0F);
     EXPECT_EQ(std::as_const(cloud).row(1)[2].z, 12.0F);

@@ -191,7 +191,7 @@ TEST_F(SettingsFile, TextsRoundTrip) {
         "",
         " leading and trailing ",
         "\ttab",
-        "C:\\Data\\calib \"1\".yml",
+        R"(C:\Data\calib "1".yml)",
         "it's",
         "two\nlines\r\n",
         "yes",

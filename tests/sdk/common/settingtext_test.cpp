@@ -148,15 +148,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SettingText, EnforcesTheLimitsOfEveryNumber) {
     const auto check = [](const auto& setting) {
         using X = std::remove_cvref_t<decltype(setting)>;
-        using T = X::Value;
+        using T = typename X::Value;
         if constexpr (std::is_same_v<T, double>) {
             const auto [minimum, maximum] = X::range();
             EXPECT_EQ(X(minimum).value(), minimum) << X::path;
             EXPECT_EQ(X(maximum).value(), maximum) << X::path;
             EXPECT_THROW(X(std::nextafter(minimum, -1e9)), ArgumentOutOfRangeException) << X::path;
             EXPECT_THROW(X(std::nextafter(maximum, 1e9)), ArgumentOutOfRangeException) << X::path;
-            EXPECT_THROW(X(std::numeric_limits<double>::quiet_NaN()), ArgumentOutOfRangeException) << X::path;
-            EXPECT_THROW(X(std::numeric_limits<double>::infinity()), ArgumentOutOfRangeException) << X::path;
+            EXPECT_THROW(X{std::numeric_limits<double>::quiet_NaN()}, ArgumentOutOfRangeException) << X::path;
+            EXPECT_THROW(X{std::numeric_limits<double>::infinity()}, ArgumentOutOfRangeException) << X::path;
         } else if constexpr (requires { X::range().maximum; }) {
             const auto [minimum, maximum] = X::range();
             EXPECT_EQ(X(minimum).value(), minimum) << X::path;
@@ -214,8 +214,8 @@ struct UnknownPath {
 class UnknownPaths : public testing::TestWithParam<UnknownPath> {};
 
 TEST_P(UnknownPaths, AreRefusedInWords) {
-    const auto& [path, reason] = GetParam();
-    const std::string message = std::string{reason} + ". Invalid parameter: path = '" + path + "'";
+    const char* const path = GetParam().path;
+    const std::string message = std::string{GetParam().reason} + ". Invalid parameter: path = '" + path + "'";
     const Settings defaults;
     Settings settings;
     const auto expect = [&](auto&& operation) {

@@ -10,7 +10,6 @@ using namespace Vorta;
 using Driver::BayerLayout;
 using Reconstruction::Parameters;
 using Reconstruction::Reconstructor;
-using Reconstruction::ReconstructorOptions;
 
 enum Channel : std::uint8_t { Red, Green, Blue };
 

@@ -59,16 +59,17 @@ TEST_P(Decode, QuartersOfAPeriodByHand) {
 // Every pair of differences that four bytes can have, against the library's arc tangent.
 TEST_P(Decode, PhaseOfEveryDifference) {
     constexpr int extent = 255;
+    const auto indexOf = [](std::ptrdiff_t cosine) { return static_cast<std::size_t>(cosine + extent); };
     for (int sine = -extent; sine <= extent; ++sine) {
         CodedPixels pixels(2 * extent + 1, 2);
         for (int cosine = -extent; cosine <= extent; ++cosine) {
-            const auto pixel = static_cast<std::size_t>(cosine + extent);
+            const auto pixel = indexOf(cosine);
             pixels.setPhases(pixel, {std::max(cosine, 0), std::max(-sine, 0), std::max(-cosine, 0), std::max(sine, 0)});
             pixels.setCode(pixel, 2);
         }
         pixels.decode(kernels());
         for (int cosine = -extent; cosine <= extent; ++cosine) {
-            const auto pixel = static_cast<std::size_t>(cosine + extent);
+            const auto pixel = indexOf(cosine);
             const double turns = std::atan2(sine, cosine) / (2.0 * pi);
             const double error = static_cast<double>(pixels.position[pixel]) / 8.0 - turns;
             ASSERT_NEAR(error, std::round(error), 4e-7) << sine << " " << cosine;

@@ -139,10 +139,10 @@ using Drawing = std::vector<std::string>;
 
 TEST(PatchFilter, AsManyPointsAsAPatchNeeds) {
     EXPECT_EQ(Reconstruction::minPatchPoints(0), 10U);
-    EXPECT_EQ(Reconstruction::minPatchPoints(243U * 150U), 10U);
+    EXPECT_EQ(Reconstruction::minPatchPoints(std::size_t{243} * 150), 10U);
     EXPECT_EQ(Reconstruction::minPatchPoints(100'000), 10U);
     EXPECT_EQ(Reconstruction::minPatchPoints(100'001), 11U);
-    EXPECT_EQ(Reconstruction::minPatchPoints(1944U * 1200U), 234U); // 233.28
+    EXPECT_EQ(Reconstruction::minPatchPoints(std::size_t{1944} * 1200), 234U); // 233.28
 }
 
 TEST(PatchFilter, NothingValid) {

@@ -54,9 +54,10 @@ TEST(Projection, UnprojectInvertsProjectOverTheImage) {
                                      .p1 = 0.0007,
                                      .p2 = -0.0004,
                                      .k3 = -0.01};
-    for (double v = 0.0; v < 1200.0; v += 109.0) {
-        for (double u = 0.0; u < 1944.0; u += 177.0) {
-            const ImagePoint pixel = project(model, unproject(model, {.x = u, .y = v}));
+    for (int v = 0; v < 1200; v += 109) {
+        for (int u = 0; u < 1944; u += 177) {
+            const ImagePoint pixel =
+                project(model, unproject(model, {.x = static_cast<double>(u), .y = static_cast<double>(v)}));
             EXPECT_NEAR(pixel.x, u, 1e-6);
             EXPECT_NEAR(pixel.y, v, 1e-6);
         }

@@ -93,8 +93,9 @@ TEST(ClipPlanes, EncloseTheCloud) {
 
 TEST(ClipPlanes, StayUsableInsideTheCloudAndWithOutliers) {
     std::vector<Point> points;
-    for (int i = 0; i < 1000; ++i)
-        points.push_back(at(i % 100, i / 10, 500));
+    for (int y = 0; y < 100; ++y)
+        for (int x = 0; x < 10; ++x)
+            points.push_back(at(x * 10, y, 500));
     points.push_back(at(0, 0, 1e9));
     CloudGrid grid;
     grid.assign(points, 0);

@@ -40,7 +40,7 @@ protected:
 
 TEST_F(DepthViewer, ControlsStandInOrderAndStartHidden) {
     show();
-    QToolBar& bar = part<QToolBar>("toolBarDepth");
+    auto& bar = part<QToolBar>("toolBarDepth");
     EXPECT_FALSE(bar.isVisible());
     EXPECT_FALSE(part("colorMapLegend").isVisible());
     QList<QWidget*> widgets;

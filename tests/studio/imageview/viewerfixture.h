@@ -35,7 +35,8 @@ protected:
     QRgb pixel(int x, int y) const { return label().image().pixel(x, y); }
 
     static cv::Mat_<cv::Vec3b> orange(int width = 200, int height = 100) {
-        return cv::Mat_<cv::Vec3b>(height, width, cv::Vec3b(0, 128, 255));
+        cv::Mat_<cv::Vec3b> image(height, width, cv::Vec3b(0, 128, 255));
+        return image;
     }
 
     ImageViewer viewer_;

@@ -20,7 +20,6 @@ namespace {
 
 using namespace Vorta;
 using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
 using Vorta::Test::Window;
 using Vorta::Test::World;
 

@@ -22,7 +22,6 @@ using namespace Vorta;
 using Vorta::Test::ModalDriver;
 using Vorta::Test::waitFor;
 using Vorta::Test::Window;
-using Vorta::Test::World;
 
 TEST_F(Window, HasItsMenusInOrder) {
     QStringList menus;

@@ -50,10 +50,9 @@ inline int differingPixels(const QImage& a, const QImage& b) {
 /// A window of 600 x 400 pixels that the view fills.
 class Scene {
 public:
-    Scene() {
+    Scene() : view_(new DX11PointCloudWidget(&window_)) {
         auto* layout = new QVBoxLayout(&window_);
         layout->setContentsMargins(0, 0, 0, 0);
-        view_ = new DX11PointCloudWidget(&window_);
         layout->addWidget(view_);
         window_.setFixedSize(600, 400);
         showAndActivate(window_);
@@ -76,7 +75,7 @@ public:
 
 private:
     QWidget window_;
-    DX11PointCloudWidget* view_ = nullptr;
+    DX11PointCloudWidget* view_;
 };
 
 } // namespace Vorta::Test

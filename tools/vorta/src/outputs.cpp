@@ -37,16 +37,16 @@ Format formatOf(const std::string& path) {
     return found->second;
 }
 
-IOException writeError(const std::string& path, int error) {
+[[noreturn]] void failToWrite(const std::string& path, int error) {
     const std::string reason = error == 0 ? "the disk may be full" : std::generic_category().message(error);
-    return IOException("File '" + path + "' cannot be written: " + reason + ".");
+    throw IOException("File '" + path + "' cannot be written: " + reason + ".");
 }
 
 /// The export writers do not say why they fail, and one not even whether: what can be known beforehand is asked here.
 void requireWritable(const std::string& path) {
     errno = 0;
     if (!std::ofstream(path, std::ios::binary | std::ios::app))
-        throw writeError(path, errno);
+        failToWrite(path, errno);
 }
 
 void writePcd(const std::string& path, const PointCloud& cloud) {
@@ -55,7 +55,7 @@ void writePcd(const std::string& path, const PointCloud& cloud) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (error || size <= cloud.size() * bytesPerPoint)
-        throw writeError(path, 0);
+        failToWrite(path, 0);
 }
 
 void writePng(const std::string& path, const PointCloud& cloud) {
@@ -70,15 +70,15 @@ void writePng(const std::string& path, const PointCloud& cloud) {
         file.put(static_cast<char>(byte));
     file.close();
     if (!file)
-        throw writeError(path, errno);
+        failToWrite(path, errno);
 }
 
 } // namespace
 
 std::vector<Output> parseOutputs(const std::vector<std::string>& paths) {
-    std::vector<Output> outputs;
-    for (const std::string& path : paths)
-        outputs.push_back({.path = path, .format = formatOf(path)});
+    std::vector<Output> outputs(paths.size());
+    std::ranges::transform(paths, outputs.begin(),
+                           [](const std::string& path) { return Output{.path = path, .format = formatOf(path)}; });
     return outputs;
 }
 
@@ -91,11 +91,11 @@ void write(const Output& output, const Frame& frame, bool unordered) {
     switch (output.format) {
     case Format::Xyz:
         if (!Export::writeXyz(output.path, cloud))
-            throw writeError(output.path, errno);
+            failToWrite(output.path, errno);
         break;
     case Format::Ply:
         if (!Export::writePly(output.path, cloud, unordered))
-            throw writeError(output.path, errno);
+            failToWrite(output.path, errno);
         break;
     case Format::Pcd:
         writePcd(output.path, cloud);
