@@ -43,6 +43,10 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
     logHandler_ = new VortaQt::LogHandler(application_, "Vorta Studio", this);
     if (!refusal.empty())
         logHandler_->log(Log::Severity::Warning, "The stored log threshold is ignored: " + refusal);
+    if (settings_->isDamaged())
+        logHandler_->log(Log::Severity::Warning, "The preferences of '" +
+                                                     settings_->fileName().toLocal8Bit().toStdString() +
+                                                     "' are damaged: what cannot be read has its default.");
     controller_ = new VortaInterface(application_, this);
 }
 

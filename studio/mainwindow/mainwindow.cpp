@@ -13,6 +13,7 @@
 #include "services/updaterwidget.h"
 #include "settings/settingswidget.h"
 #include "view3d/dx11pointcloudwidget.h"
+#include "vorta/common/log.h"
 
 #include <QAction>
 #include <QApplication>
@@ -35,6 +36,7 @@ namespace {
 constexpr int initialShowDelayMs = 300;
 constexpr int stateVersion = 0;
 constexpr int imageWidth = 570; // pixels, of the images' docks at first
+constexpr const char* logSource = "VortaStudio/MainWindow";
 constexpr const char* geometryKey = "GUI/Geometry";
 constexpr const char* stateKey = "GUI/State";
 
@@ -71,7 +73,7 @@ MainWindow::MainWindow(Vorta::VortaInterface& controller, QWidget* parent, Qt::W
     setWindowTitle(QStringLiteral("Vorta Studio"));
     setAcceptDrops(true);
     createViews();
-    createDialogs();
+    createCaptureDialog();
     createActions();
     createMenus();
     createToolBar();
@@ -113,13 +115,11 @@ void MainWindow::createViews() {
             Qt::QueuedConnection);
 }
 
-void MainWindow::createDialogs() {
+void MainWindow::createCaptureDialog() {
     captureDialog_ = new GcpsDialog(controller_, this);
     connect(captureDialog_, &GcpsDialog::measurementTriggered, &controller_, &Vorta::VortaInterface::measure);
     connect(captureDialog_, &GcpsDialog::stopLiveMeasure, &controller_, &Vorta::VortaInterface::stopLive);
     connect(captureDialog_, &GcpsDialog::irisCountChanged, this, &MainWindow::slotUpdateMeasurementActions);
-    preferences_ = new PrefsDialog(controller_, this);
-    connect(preferences_, &PrefsDialog::preferencesApplied, &controller_, &Vorta::VortaInterface::setSettingsQuietly);
 }
 
 void MainWindow::createActions() {
@@ -236,11 +236,14 @@ void MainWindow::slotHandleInitialShow() {
 }
 
 void MainWindow::restoreGeometryAndState() {
-    const auto& settings = VortaQt::AppSettings::instance();
+    auto& settings = VortaQt::AppSettings::instance();
     if (settings.contains(QLatin1String(geometryKey)) && settings.contains(QLatin1String(stateKey))) {
-        restoreGeometry(settings.getByteArray(geometryKey, {}));
-        restoreState(settings.getByteArray(stateKey, {}), stateVersion);
-        return;
+        if (restoreGeometry(settings.getByteArray(geometryKey, {})) &&
+            restoreState(settings.getByteArray(stateKey, {}), stateVersion))
+            return;
+        Vorta::Log::warning(logSource, __LINE__, "The stored window layout cannot be read; the window starts without");
+        settings.remove(QLatin1String(geometryKey));
+        settings.remove(QLatin1String(stateKey));
     }
     // Both calls, in this order: a window that was full screen once maximises reliably.
     showFullScreen();
@@ -322,6 +325,13 @@ void MainWindow::showMeasureDialog() {
 }
 
 void MainWindow::showPrefsDialog() {
+    // Made when it is first asked for: its many controls would cost a twentieth of every start.
+    if (!preferences_) {
+        preferences_ = new PrefsDialog(controller_, this);
+        preferences_->setEnabled(!controller_.status().live);
+        connect(preferences_, &PrefsDialog::preferencesApplied, &controller_,
+                &Vorta::VortaInterface::setSettingsQuietly);
+    }
     preferences_->show();
 }
 
@@ -337,7 +347,8 @@ void MainWindow::slotUpdateMeasurementActions() {
 }
 
 void MainWindow::slotHandleStateChange(const Vorta::CameraStatus& status) {
-    preferences_->setEnabled(!status.live);
+    if (preferences_)
+        preferences_->setEnabled(!status.live);
     pointCloudView_->setStreaming(status.live);
     if (status.live) {
         pointCloudView_->setFixedSize(pointCloudView_->size());

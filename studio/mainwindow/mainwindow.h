@@ -85,7 +85,7 @@ protected:
 
 private:
     void createViews();
-    void createDialogs();
+    void createCaptureDialog();
     void createActions();
     void createMenus();
     void createToolBar();

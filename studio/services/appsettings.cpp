@@ -66,6 +66,11 @@ AppSettings& AppSettings::instance() {
     return *theSettings;
 }
 
+bool AppSettings::isDamaged() const {
+    static_cast<void>(allKeys()); // a file is only read as far as it is asked for
+    return status() == QSettings::FormatError;
+}
+
 bool AppSettings::getBool(const char* key, bool defaultValue) const {
     return value(QLatin1String(key), defaultValue ? 1 : 0).toInt() != 0;
 }

@@ -30,6 +30,9 @@ public:
     /// Throws RuntimeException when there is none.
     [[nodiscard]] static AppSettings& instance();
 
+    /// Whether the store's file holds something that is no preferences.
+    [[nodiscard]] bool isDamaged() const;
+
     /// Stored as 0 or 1; every number but 0 reads as true, a text that is no number as false.
     [[nodiscard]] bool getBool(const char* key, bool defaultValue) const;
     void setBool(const char* key, bool value);

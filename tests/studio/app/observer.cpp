@@ -2,16 +2,25 @@
 // commands on standard input. The program itself is the real one.
 //
 // Tells:  "window <title>", "box <title>|<text>|<buttons>", "connected", "live"
-// Obeys:  "accept" (press the box's default button), "throw", "throw-int", "grab", "live", "close", "quit", "locale"
+// Obeys:  "accept" (press the box's default button), "throw", "throw-int", "close", "quit", "locale",
+//         "trigger <action>", "click <button>", "press <dialog> <button's text>", "set <control> <value>",
+//         "show <control>" (tells "<control>: <value>"), "camera <setting>" (tells "<setting>: <value>"),
+//         all by their object names
 
+#include "app/studio.h"
 #include "camera/vortainterface.h"
 #include "mainwindow/mainwindow.h"
+#include "vorta/api/application.h"
+#include "vorta/api/camera.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QLocale>
 #include <QMessageBox>
+#include <QMetaProperty>
 #include <QPointer>
 #include <QPushButton>
 #include <QTextDocument>
@@ -74,8 +83,9 @@ public:
 
 private:
     void look() {
-        // From the event loop and not from here: what a command throws is the program's to catch.
-        while (const auto command = Commands::instance().next())
+        // From the event loop and not from here: what a command throws is the program's to catch. One at a time, so
+        // that a dialog that a command ends has left its event loop before the next.
+        if (const auto command = Commands::instance().next())
             QMetaObject::invokeMethod(
                 this, [this, line = *command] { obey(line); }, Qt::QueuedConnection);
         lookAtBox();
@@ -125,10 +135,6 @@ private:
             throw std::runtime_error("Thrown on <b>purpose</b>");
         else if (command == "throw-int")
             throw 42;
-        else if (command == "grab" && window_)
-            window_->findChild<QAction*>(QStringLiteral("actionGrab"))->trigger();
-        else if (command == "live" && window_)
-            window_->findChild<QAction*>(QStringLiteral("actionLive"))->trigger();
         else if (command == "close" && window_)
             window_->close();
         else if (command == "quit")
@@ -136,8 +142,71 @@ private:
         else if (command == "locale")
             tell(QStringLiteral("locale ") + QLocale().toString(1.5) + QLatin1Char(' ') +
                  QCoreApplication::organizationName() + QLatin1Char('/') + QCoreApplication::applicationName());
-        else
+        else if (!use(QString::fromStdString(command).split(QLatin1Char(' '))))
             tell(QStringLiteral("refused ") + QString::fromStdString(command));
+    }
+
+    /// Obeys a command with arguments; false when it has none or there is nothing of that name.
+    bool use(const QStringList& words) {
+        const QString& verb = words.at(0);
+        const QString name = words.value(1);
+        const QString rest = words.mid(2).join(QLatin1Char(' '));
+        if (auto* action = named<QAction>(name); action && verb == QLatin1String("trigger"))
+            action->trigger();
+        else if (auto* button = named<QAbstractButton>(name); button && verb == QLatin1String("click"))
+            button->click();
+        else if (auto* dialog = named<QDialog>(name); dialog && verb == QLatin1String("press"))
+            return press(*dialog, rest);
+        else if (auto* control = named<QWidget>(name); control && verb == QLatin1String("set"))
+            return control->metaObject()->userProperty().write(control, rest);
+        else if (control && verb == QLatin1String("show"))
+            tell(name + QStringLiteral(": ") + textOf(*control));
+        else if (verb == QLatin1String("camera"))
+            tell(name + QStringLiteral(": ") +
+                 QString::fromStdString(Vorta::Studio::instance()->application().cameras().at(0).settings().getString(
+                     name.toStdString())));
+        else
+            return false;
+        return true;
+    }
+
+    /// Of the windows and dialogs that are open.
+    template <class T>
+    static T* named(const QString& name) {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (!window->isVisible())
+                continue;
+            if (auto* found = dynamic_cast<T*>(window); found && found->objectName() == name)
+                return found;
+            if (T* found = window->findChild<T*>(name))
+                return found;
+        }
+        return nullptr;
+    }
+
+    static bool press(const QDialog& dialog, const QString& text) {
+        for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>())
+            if (button->text().remove(QLatin1Char('&')) == text && button->isEnabled()) {
+                button->click();
+                return true;
+            }
+        return false;
+    }
+
+    /// The value of a control, or the cells of a list or table, row by row.
+    static QString textOf(const QWidget& control) {
+        const auto* view = dynamic_cast<const QAbstractItemView*>(&control);
+        if (!view)
+            return control.metaObject()->userProperty().read(&control).toString();
+        const QAbstractItemModel& model = *view->model();
+        QStringList rows;
+        for (int row = 0; row < model.rowCount(); ++row) {
+            QStringList cells;
+            for (int column = 0; column < model.columnCount(); ++column)
+                cells += model.index(row, column).data().toString();
+            rows += cells.join(QLatin1Char('='));
+        }
+        return rows.join(QStringLiteral("; "));
     }
 
     QTimer timer_;

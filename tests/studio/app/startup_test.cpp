@@ -60,7 +60,7 @@ TEST_F(Startup, EndsWithTheWindowWhileItSearches) {
 TEST_F(Startup, EndsWithTheWindowInTheMiddleOfALiveCaptureThatTakesForEver) {
     StudioProcess studio(home_.path());
     ASSERT_FALSE(studio.waitForLine("connected").isEmpty());
-    studio.command("live");
+    studio.command("trigger actionLive");
     ASSERT_EQ(studio.waitForLine("live"), "live");
     heads_.plug({.serialNumber = "T-0001", .faults = "delay: 100000"});
     studio.command("close");

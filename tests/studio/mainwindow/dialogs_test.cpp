@@ -74,8 +74,8 @@ TEST_F(WindowDialogs, ToolbarMeasuresWithTheCaptureDialogsValues) {
 
 TEST_F(WindowDialogs, LiveClosesThePreferencesToChanges) {
     show();
-    auto& preferences = dialog<PrefsDialog>();
     action("actionPreferences").trigger();
+    auto& preferences = dialog<PrefsDialog>();
     EXPECT_TRUE(preferences.isVisible());
     EXPECT_TRUE(preferences.isEnabled());
     action("actionLive").trigger();
@@ -87,6 +87,26 @@ TEST_F(WindowDialogs, LiveClosesThePreferencesToChanges) {
     action("actionStop").trigger();
     EXPECT_TRUE(preferences.isEnabled());
     EXPECT_FALSE(controller_.status().live);
+}
+
+TEST_F(WindowDialogs, PreferencesOpenedDuringLiveAreClosedToChangesToo) {
+    show();
+    action("actionLive").trigger();
+    ASSERT_TRUE(controller_.status().live);
+    action("actionPreferences").trigger();
+    EXPECT_FALSE(dialog<PrefsDialog>().isEnabled());
+    action("actionStop").trigger();
+    EXPECT_TRUE(dialog<PrefsDialog>().isEnabled());
+}
+
+TEST_F(WindowDialogs, PreferencesAreOneDialog) {
+    show();
+    action("actionPreferences").trigger();
+    auto& preferences = dialog<PrefsDialog>();
+    preferences.close();
+    action("actionPreferences").trigger();
+    EXPECT_TRUE(preferences.isVisible());
+    EXPECT_EQ(window_.findChildren<PrefsDialog*>().size(), 1);
 }
 
 TEST_F(WindowDialogs, AppliedPreferencesReachTheCameraAndTheNextStart) {
