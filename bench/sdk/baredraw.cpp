@@ -2,6 +2,8 @@
 
 #include <QMatrix4x4>
 #include <QOpenGLFunctions>
+#include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <vector>
 
@@ -38,9 +40,25 @@ std::vector<Vertex> pack(const Vorta::PointCloud& cloud) {
     return vertices;
 }
 
+std::vector<std::uint32_t> triangulate(const Vorta::PointCloud& cloud) {
+    std::vector<std::uint32_t> places(cloud.size());
+    std::uint32_t count = 0;
+    for (std::size_t i = 0; i < cloud.size(); ++i)
+        places[i] = cloud[i].isValid() ? count++ : UINT32_MAX;
+    std::vector<std::uint32_t> corners;
+    for (std::size_t row = 0; row + 1 < cloud.height(); ++row)
+        for (std::size_t column = 0; column + 1 < cloud.width(); ++column) {
+            const std::uint32_t* upper = &places[row * cloud.width() + column];
+            const std::uint32_t* lower = upper + cloud.width();
+            if (std::max({upper[0], upper[1], lower[0], lower[1]}) != UINT32_MAX)
+                corners.insert(corners.end(), {upper[0], lower[0], upper[1], upper[1], lower[0], lower[1]});
+        }
+    return corners;
+}
+
 } // namespace
 
-BareDraw::BareDraw(QWindow& window, const Vorta::PointCloud& cloud, const std::array<float, 16>& matrix)
+BareDraw::BareDraw(QWindow& window, const Vorta::PointCloud& cloud, const std::array<float, 16>& matrix, What what)
     : window_(window) {
     QSurfaceFormat format = window.requestedFormat();
     format.setVersion(3, 3);
@@ -62,6 +80,13 @@ BareDraw::BareDraw(QWindow& window, const Vorta::PointCloud& cloud, const std::a
     buffer_.create();
     buffer_.bind();
     buffer_.allocate(vertices.data(), static_cast<int>(vertices.size() * sizeof(Vertex)));
+    if (what == What::Triangles) {
+        const std::vector<std::uint32_t> corners = triangulate(cloud);
+        corners_ = static_cast<int>(corners.size());
+        indices_.create();
+        indices_.bind();
+        indices_.allocate(corners.data(), static_cast<int>(corners.size() * sizeof(corners[0])));
+    }
     program_->enableAttributeArray(0);
     program_->setAttributeBuffer(0, GL_FLOAT, 0, 3, sizeof(Vertex));
     program_->enableAttributeArray(1);
@@ -72,11 +97,16 @@ void BareDraw::draw() {
     if (!context_.makeCurrent(&window_))
         throw std::runtime_error("the bare draw has lost its context");
     QOpenGLFunctions* gl = context_.functions();
+    const QOpenGLVertexArrayObject::Binder binder(&array_);
+    program_->bind();
     gl->glEnable(GL_DEPTH_TEST);
     gl->glViewport(0, 0, window_.width(), window_.height());
     gl->glClearColor(0.1F, 0.1F, 0.1F, 1.0F);
     gl->glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    gl->glDrawArrays(GL_POINTS, 0, points_);
+    if (corners_ > 0)
+        gl->glDrawElements(GL_TRIANGLES, corners_, GL_UNSIGNED_INT, nullptr);
+    else
+        gl->glDrawArrays(GL_POINTS, 0, points_);
     context_.swapBuffers(&window_);
 }
 

@@ -2,9 +2,12 @@
 // making and applying masks.
 #include "imageview/colormap.h"
 #include "imageview/imageconversion.h"
+#include "imageview/imagelabel.h"
 #include "imageview/imageselection.h"
 #include "imageview/maskimages.h"
 #include "ratio.h"
+
+#include <QApplication>
 
 #include <cmath>
 #include <opencv2/core.hpp>
@@ -69,6 +72,29 @@ int main(int argc, char** argv) {
             benchmark::DoNotOptimize(merged.data);
         }
     })->Unit(benchmark::kMillisecond);
+    // As while the dock is resized: each event has another size, and all is scaled anew.
+    const QApplication application(argc, argv);
+    QWidget window;
+    window.resize(900, 700);
+    auto* label = new ImageLabel(&window);
+    label->setImage(QImage(coloured));
+    label->setMask(mask);
+    label->showMask(true);
+    label->showSaturated(true);
+    window.show();
+    QCoreApplication::processEvents();
+    int step = 0;
+    benchmark::RegisterBenchmark("resized picture and overlays (at most 16 ms)",
+                                 [&](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         ++step;
+                                         label->resize(640 + step % 200, 480 + step % 100);
+                                         label->repaint();
+                                         QCoreApplication::processEvents();
+                                     }
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(100);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

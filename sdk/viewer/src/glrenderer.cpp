@@ -26,10 +26,17 @@ QMatrix4x4 toQt(const GlMatrix& columns) {
     return QMatrix4x4(columns.data()).transposed();
 }
 
-std::unique_ptr<QOpenGLShaderProgram> makeProgram(const char* fragment, std::string& error) {
+std::unique_ptr<QOpenGLShaderProgram> makeProgram(bool meshed, bool colored, std::string& error) {
+    QByteArray beginning = Shaders::version;
+    if (!meshed)
+        beginning += "#define POINTS\n";
+    if (colored)
+        beginning += "#define COLORED\n";
+    if (meshed && !colored)
+        beginning += "#define LIT\n";
     auto program = std::make_unique<QOpenGLShaderProgram>();
-    if (program->addShaderFromSourceCode(QOpenGLShader::Vertex, Shaders::vertex) &&
-        program->addShaderFromSourceCode(QOpenGLShader::Fragment, fragment) && program->link())
+    if (program->addShaderFromSourceCode(QOpenGLShader::Vertex, beginning + Shaders::vertex) &&
+        program->addShaderFromSourceCode(QOpenGLShader::Fragment, beginning + Shaders::fragment) && program->link())
         return program;
     error = "The graphics driver refused the 3D view's shading program: " + program->log().toStdString();
     return nullptr;
@@ -51,8 +58,8 @@ GlRenderer::~GlRenderer() {
     if (!makeCurrent())
         return;
     detour_.reset();
-    pointProgram_.reset();
-    meshProgram_.reset();
+    for (auto& program : programs_)
+        program.reset();
     for (Cloud& cloud : clouds_) {
         cloud.array.destroy();
         cloud.vertices.destroy();
@@ -87,9 +94,8 @@ bool GlRenderer::setUp(std::string& error) {
     name_ = renderer != nullptr ? std::string(reinterpret_cast<const char*>(renderer)) : "OpenGL";
     software_ = drawsOnProcessor(name_);
     needsDetour_ = context_.format().depthBufferSize() < depthBits;
-    pointProgram_ = makeProgram(Shaders::pointFragment, error);
-    meshProgram_ = makeProgram(Shaders::meshFragment, error);
-    if (!pointProgram_ || !meshProgram_)
+    // Where the processor draws, points go another way, and most starts need no program at all.
+    if (!software_ && program(false, true, error) == nullptr)
         return false;
     if (!setUpCloud(clouds_[0]) || !setUpCloud(clouds_[1])) {
         error = "The graphics driver offers no memory for point clouds.";
@@ -106,11 +112,20 @@ bool GlRenderer::setUpCloud(Cloud& cloud) {
     const QOpenGLVertexArrayObject::Binder binder(&cloud.array);
     cloud.vertices.bind();
     cloud.indices.bind();
-    pointProgram_->enableAttributeArray(0);
-    pointProgram_->setAttributeBuffer(0, GL_FLOAT, offsetof(CloudVertex, x), 3, sizeof(CloudVertex));
-    pointProgram_->enableAttributeArray(1);
-    pointProgram_->setAttributeBuffer(1, GL_UNSIGNED_BYTE, offsetof(CloudVertex, blue), 4, sizeof(CloudVertex));
+    const auto offset = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
+    gl_->glEnableVertexAttribArray(0);
+    gl_->glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(CloudVertex), offset(offsetof(CloudVertex, x)));
+    gl_->glEnableVertexAttribArray(1);
+    gl_->glVertexAttribPointer(1, 4, GL_UNSIGNED_BYTE, GL_TRUE, sizeof(CloudVertex),
+                               offset(offsetof(CloudVertex, blue)));
     return true;
+}
+
+QOpenGLShaderProgram* GlRenderer::program(bool meshed, bool colored, std::string& error) {
+    auto& program = programs_.at((meshed ? 2U : 0U) + (colored ? 1U : 0U));
+    if (!program)
+        program = makeProgram(meshed, colored, error);
+    return program.get();
 }
 
 bool GlRenderer::makeCurrent() {
@@ -147,12 +162,15 @@ bool GlRenderer::drawToWindow(const FrameSettings& frame) {
         if (!detour_ || detour_->size() != size)
             detour_ = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::Depth);
         detour_->bind();
-        draw(frame, size);
+        const bool drawn = draw(frame, size);
         detour_->release();
+        if (!drawn)
+            return false;
         QOpenGLFramebufferObject::blitFramebuffer(nullptr, QRect(QPoint(), size), detour_.get(), QRect(QPoint(), size));
     } else {
         gl_->glBindFramebuffer(GL_FRAMEBUFFER, context_.defaultFramebufferObject());
-        draw(frame, size);
+        if (!draw(frame, size))
+            return false;
     }
     context_.swapBuffers(window_);
     return true;
@@ -164,31 +182,34 @@ bool GlRenderer::drawToImage(const FrameSettings& frame, const QSize& size, QIma
     QOpenGLFramebufferObject target(size, QOpenGLFramebufferObject::Depth);
     if (!target.bind())
         return false;
-    draw(frame, size);
+    if (!draw(frame, size))
+        return false;
     image = target.toImage().convertToFormat(QImage::Format_RGB32);
     target.release();
     return true;
 }
 
-void GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
+bool GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
     Cloud& shown = cloud(frame.detail);
     gl_->glViewport(0, 0, size.width(), size.height());
     gl_->glClearColor(frame.background[0], frame.background[1], frame.background[2], 1.0F);
     gl_->glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     if (shown.points == 0)
-        return;
+        return true;
     gl_->glEnable(GL_DEPTH_TEST);
     gl_->glEnable(GL_PROGRAM_POINT_SIZE);
     const bool meshed = frame.meshed && shown.corners > 0;
-    QOpenGLShaderProgram& program = meshed ? *meshProgram_ : *pointProgram_;
-    program.bind();
-    program.setUniformValue("eye", toQt(frame.eye));
-    program.setUniformValue("projection", toQt(frame.projection));
-    program.setUniformValue("pointScale", frame.pointScale);
-    program.setUniformValue("widestPoint", FrameSettings::widestPoint);
-    program.setUniformValue("colored", frame.colored);
-    program.setUniformValueArray("depthColors", depthColors.front().data(), static_cast<int>(depthColors.size()), 3);
-    program.setUniformValue("depthRange", frame.nearestZ, frame.farthestZ);
+    std::string error;
+    QOpenGLShaderProgram* const program = this->program(meshed, frame.colored, error);
+    if (program == nullptr || !program->bind())
+        return false;
+    // Those that the program lacks are passed over.
+    program->setUniformValue("eye", toQt(frame.eye));
+    program->setUniformValue("projection", toQt(frame.projection));
+    program->setUniformValue("pointScale", frame.pointScale);
+    program->setUniformValue("widestPoint", FrameSettings::widestPoint);
+    program->setUniformValueArray("depthColors", depthColors.front().data(), static_cast<int>(depthColors.size()), 3);
+    program->setUniformValue("depthRange", frame.nearestZ, frame.farthestZ);
     {
         const QOpenGLVertexArrayObject::Binder binder(&shown.array);
         if (meshed)
@@ -196,7 +217,8 @@ void GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
         else
             gl_->glDrawArrays(GL_POINTS, 0, shown.points);
     }
-    program.release();
+    program->release();
+    return true;
 }
 
 } // namespace Vorta

@@ -58,17 +58,18 @@ private:
     explicit GlRenderer(QWindow& window);
     [[nodiscard]] bool setUp(std::string& error);
     [[nodiscard]] bool setUpCloud(Cloud& cloud);
+    /// The program for such frames, made when it is first asked for; null when the driver refuses it.
+    [[nodiscard]] QOpenGLShaderProgram* program(bool meshed, bool colored, std::string& error);
     [[nodiscard]] bool makeCurrent();
     [[nodiscard]] Cloud& cloud(CloudDetail detail) { return clouds_.at(detail == CloudDetail::Full ? 0 : 1); }
-    void draw(const FrameSettings& frame, const QSize& size);
+    [[nodiscard]] bool draw(const FrameSettings& frame, const QSize& size);
 
     QPointer<QWindow> window_;
     QOpenGLContext context_;
     /// The context's, which owns it.
     QOpenGLFunctions_3_3_Core* gl_ = nullptr;
     std::array<Cloud, 2> clouds_;
-    std::unique_ptr<QOpenGLShaderProgram> pointProgram_;
-    std::unique_ptr<QOpenGLShaderProgram> meshProgram_;
+    std::array<std::unique_ptr<QOpenGLShaderProgram>, 4> programs_;
     /// Drawn into and copied where the window has no sufficient depth buffer of its own.
     std::unique_ptr<QOpenGLFramebufferObject> detour_;
     bool needsDetour_ = false;
