@@ -256,6 +256,35 @@ TEST_F(MaskViewer, LineShowsItsCrossSection) {
     EXPECT_EQ(plot.canvasBackground(), QBrush(Qt::white));
 }
 
+TEST_F(MaskViewer, CrossSectionHasAGapWhereTheImageIsMasked) {
+    cv::Mat_<uchar> mask(100, 200, uchar{0});
+    mask(cv::Rect(30, 0, 20, 100)).setTo(5);
+    viewer_.setMask(mask);
+    action("actionCross_section").trigger();
+    click(20, 50);
+    click(60, 50);
+    auto& plot = part<QwtPlot>("crossSectionPlot");
+    ASSERT_TRUE(waitFor([&] { return plot.canvas()->isVisible() && !plot.canvas()->grab().isNull(); }));
+    const auto drawnAt = [&](double abscissa) {
+        const QImage canvas = plot.canvas()->grab().toImage();
+        const int column = static_cast<int>(plot.transform(QwtPlot::xBottom, abscissa));
+        for (int row = 0; row < canvas.height(); ++row)
+            if (const QColor color = canvas.pixelColor(column, row); color.blue() > color.red() + 50)
+                return true;
+        return false;
+    };
+    EXPECT_TRUE(drawnAt(25.0));
+    EXPECT_FALSE(drawnAt(40.0));
+    EXPECT_TRUE(drawnAt(55.0));
+}
+
+TEST_F(MaskViewer, CrossSectionLeavesThePictureItsRoom) {
+    action("actionToggle_cross_section").trigger();
+    const auto& dock = part<QDockWidget>("crossSectionDock");
+    EXPECT_TRUE(waitFor([&] { return dock.height() > 100 && dock.height() < viewer_.height() / 2; }))
+        << dock.height() << " of " << viewer_.height();
+}
+
 TEST_F(MaskViewer, CrossSectionDockFollowsItsActionAndItsOwnButton) {
     viewer_.createPlot(); // there is one already
     auto& dock = part<QDockWidget>("crossSectionDock");
