@@ -97,7 +97,7 @@ int main(int argc, char** argv) {
             for (std::size_t i = 0; i < copies.size(); ++i)
                 copies[i] = children[i].cloud.clone();
         },
-        4.0);
+        0, 4.0);
 
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

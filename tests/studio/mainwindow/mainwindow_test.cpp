@@ -1,5 +1,7 @@
 #include "mainwindow/mainwindow.h"
 
+#include "imageview/imagelabel.h"
+#include "imageview/imageplacement.h"
 #include "imageview/imageviewer.h"
 #include "studio/mainwindow/windowfixture.h"
 #include "view3d/dx11pointcloudwidget.h"
@@ -8,6 +10,7 @@
 #include <QApplication>
 #include <QDockWidget>
 #include <QMenuBar>
+#include <QTest>
 #include <QToolBar>
 
 #include <gmock/gmock.h>
@@ -153,6 +156,38 @@ TEST_F(Window, MaskOfTheCameraImageReachesTheRecord) {
     EXPECT_EQ(cv::countNonZero(record->mask() == 5), 243 * 150) << "nothing is selected, so all lies outside";
     EXPECT_TRUE(std::isnan(record->maskedPointCloud()(75, 121).z));
     EXPECT_FALSE(std::isnan(record->pointCloud()(75, 121).z));
+}
+
+TEST_F(Window, MasksKeepTheirPlaceInAFloatingDockAndBack) {
+    show();
+    grab();
+    auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("camDockWidget"));
+    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    auto& label = Vorta::Test::find<ImageLabel>(viewer, QStringLiteral("imageLabel"));
+    const auto at = [&](int x, int y) { return ImagePlacement({243, 150}, label.size()).toWidget({x, y}); };
+    const auto color = [&](int x, int y) { return QColor(Vorta::Test::grabFromScreen(label).pixel(at(x, y))); };
+    dock.setFloating(true);
+    dock.resize(500, 420);
+    ASSERT_TRUE(waitFor([&] { return dock.isFloating() && label.width() > 450; }));
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
+    QTest::mousePress(&label, Qt::LeftButton, {}, at(60, 40));
+    QTest::mouseMove(&label, at(120, 80));
+    QTest::mouseRelease(&label, Qt::LeftButton, {}, at(180, 110));
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    const cv::Mat_<uchar> mask = controller_.record()->mask();
+    EXPECT_EQ(cv::countNonZero(mask(cv::Rect(62, 42, 116, 66)) == 5), 116 * 66);
+    for (const cv::Point outside : {cv::Point(120, 36), cv::Point(56, 75), cv::Point(184, 75), cv::Point(120, 114)})
+        EXPECT_EQ(mask(outside), 0) << outside;
+
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
+    const auto looksMasked = [&] {
+        return color(120, 75).blue() > color(120, 75).red() + 60 && color(120, 120).blue() < color(120, 120).red() + 30;
+    };
+    EXPECT_FALSE(looksMasked());
+    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionToggle_mask")).trigger();
+    EXPECT_TRUE(waitFor(looksMasked));
+    dock.setFloating(false);
+    EXPECT_TRUE(waitFor([&] { return !dock.isFloating() && looksMasked(); }));
 }
 
 TEST_F(Window, MaskedPointsLeaveTheView) {
