@@ -112,6 +112,7 @@ bool GlRenderer::setUpCloud(Cloud& cloud) {
     const QOpenGLVertexArrayObject::Binder binder(&cloud.array);
     cloud.vertices.bind();
     cloud.indices.bind();
+    // OpenGL takes offsets as pointers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto offset = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
     gl_->glEnableVertexAttribArray(0);
     gl_->glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(CloudVertex), offset(offsetof(CloudVertex, x)));
