@@ -1,3 +1,4 @@
+#include "imageview/module.h"
 #include "studio/imageview/viewerfixture.h"
 #include "support/modaldriver.h"
 #include "vorta/common/exceptions.h"
@@ -7,6 +8,8 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -301,6 +304,17 @@ TEST_F(Viewer, FailedSaveIsLoggedWithTheFilesName) {
     viewer_.saveImage("/no such folder/a.png");
     Vorta::Log::setCallback({});
     EXPECT_EQ(messages, std::vector<std::string>{"The image could not be written to '/no such folder/a.png'"});
+}
+
+TEST(Module, MissingOnesAreNamed) {
+    try {
+        moduleFunction("VortaNoSuchModule", "vortaWriteImage", "The image 'a.png' cannot be written");
+        FAIL() << "there is no such module";
+    } catch (const Vorta::IOException& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("The image 'a.png' cannot be written: "));
+        EXPECT_THAT(error.what(), testing::HasSubstr("VortaNoSuchModule"));
+    }
+    EXPECT_THROW(moduleFunction("VortaPlots", "vortaNoSuchFunction", "Nothing is plotted"), Vorta::IOException);
 }
 
 } // namespace
