@@ -95,8 +95,10 @@ bool GlRenderer::setUp(std::string& error) {
     software_ = drawsOnProcessor(name_);
     needsDetour_ = context_.format().depthBufferSize() < depthBits;
     // Where the processor draws, points go another way, and most starts need no program at all.
-    if (!software_ && program(false, true, error) == nullptr)
+    if (!software_ && program(false, true) == nullptr) {
+        error = refusal_;
         return false;
+    }
     if (!setUpCloud(clouds_[0]) || !setUpCloud(clouds_[1])) {
         error = "The graphics driver offers no memory for point clouds.";
         return false;
@@ -122,10 +124,10 @@ bool GlRenderer::setUpCloud(Cloud& cloud) {
     return true;
 }
 
-QOpenGLShaderProgram* GlRenderer::program(bool meshed, bool colored, std::string& error) {
+QOpenGLShaderProgram* GlRenderer::program(bool meshed, bool colored) {
     auto& program = programs_.at((meshed ? 2U : 0U) + (colored ? 1U : 0U));
     if (!program)
-        program = makeProgram(meshed, colored, error);
+        program = makeProgram(meshed, colored, refusal_);
     return program.get();
 }
 
@@ -200,8 +202,7 @@ bool GlRenderer::draw(const FrameSettings& frame, const QSize& size) {
     gl_->glEnable(GL_DEPTH_TEST);
     gl_->glEnable(GL_PROGRAM_POINT_SIZE);
     const bool meshed = frame.meshed && shown.corners > 0;
-    std::string error;
-    QOpenGLShaderProgram* const program = this->program(meshed, frame.colored, error);
+    QOpenGLShaderProgram* const program = this->program(meshed, frame.colored);
     if (program == nullptr || !program->bind())
         return false;
     // Those that the program lacks are passed over.

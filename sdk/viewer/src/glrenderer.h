@@ -39,7 +39,10 @@ public:
     /// Whether the processor does the drawing.
     [[nodiscard]] bool software() const noexcept { return software_; }
 
-    /// Each returns false when the context is lost and the renderer must be made anew.
+    /// Why the driver refused a shading program; empty while it refused none.
+    [[nodiscard]] const std::string& refusal() const noexcept { return refusal_; }
+
+    /// Each returns false when the context is lost, or a program refused, and the renderer must be made anew.
     [[nodiscard]] bool uploadPoints(CloudDetail detail, std::span<const CloudVertex> vertices);
     [[nodiscard]] bool uploadTriangles(CloudDetail detail, std::span<const std::uint32_t> indices);
     [[nodiscard]] bool drawToWindow(const FrameSettings& frame);
@@ -58,8 +61,8 @@ private:
     explicit GlRenderer(QWindow& window);
     [[nodiscard]] bool setUp(std::string& error);
     [[nodiscard]] bool setUpCloud(Cloud& cloud);
-    /// The program for such frames, made when it is first asked for; null when the driver refuses it.
-    [[nodiscard]] QOpenGLShaderProgram* program(bool meshed, bool colored, std::string& error);
+    /// The program for such frames, made when it is first asked for; null when the driver refuses it, see refusal().
+    [[nodiscard]] QOpenGLShaderProgram* program(bool meshed, bool colored);
     [[nodiscard]] bool makeCurrent();
     [[nodiscard]] Cloud& cloud(CloudDetail detail) { return clouds_.at(detail == CloudDetail::Full ? 0 : 1); }
     [[nodiscard]] bool draw(const FrameSettings& frame, const QSize& size);
@@ -75,6 +78,7 @@ private:
     bool needsDetour_ = false;
     bool software_ = false;
     std::string name_;
+    std::string refusal_;
 };
 
 } // namespace Vorta

@@ -289,8 +289,9 @@ bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
 
 /// The next frame starts with a context made anew.
 bool VortaViewer::Impl::contextLost() {
+    const std::string refusal = renderer_ ? renderer_->refusal() : std::string();
     releaseRenderer();
-    errorText_ = "The graphics driver has given up the 3D view's context.";
+    errorText_ = refusal.empty() ? "The graphics driver has given up the 3D view's context." : refusal;
     Log::warning(logSource, __LINE__, "%s", errorText_);
     return false;
 }
