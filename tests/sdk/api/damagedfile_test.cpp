@@ -1,5 +1,6 @@
 #include "sdk/api/completeframe.h"
 #include "sdk/api/testtools.h"
+#include "support/runprogram.h"
 
 #include "vorta/api/frame.h"
 #include "vorta/common/exceptions.h"

@@ -1,4 +1,5 @@
 #include "sdk/api/testtools.h"
+#include "support/runprogram.h"
 
 #include "vorta/api/frame.h"
 #include "vorta/common/exceptions.h"

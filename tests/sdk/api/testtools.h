@@ -4,19 +4,15 @@
 #include "vorta/api/frameimpl.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
 #include <memory>
 #include <random>
-#include <spawn.h>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
 #include <system_error>
-#include <unistd.h>
 #include <vector>
 
 /// Helpers of the tests of the library and of its command line.
@@ -67,42 +63,6 @@ inline void writeFile(const std::string& path, const std::string& content) {
     stream.close();
     if (!stream)
         throw std::runtime_error("Cannot write " + path);
-}
-
-/// What a program left behind.
-struct Result {
-    int status = 0;
-    std::string out;
-    std::string err;
-};
-
-/// Runs a program, found on the search path unless its name has a slash, and waits for it. The status is -1 when a
-/// signal ended it.
-inline Result runProgram(const std::string& program, const std::vector<std::string>& arguments) {
-    const TemporaryFolder folder;
-    const std::string out = folder.file("out");
-    const std::string err = folder.file("err");
-    std::vector<std::string> words{program};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
-    pid_t child = 0;
-    const int failure = posix_spawnp(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (failure != 0)
-        throw std::runtime_error("Cannot run " + program + ": " + std::generic_category().message(failure));
-    int status = 0;
-    if (waitpid(child, &status, 0) != child)
-        throw std::runtime_error("Lost sight of " + program);
-    return {.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1, .out = readFile(out), .err = readFile(err)};
 }
 
 /// The driver that lists the virtual heads of the tests.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sdk/api/testtools.h"
+#include "support/runprogram.h"
 
 #include <string>
 #include <vector>
