@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -50,26 +52,31 @@ private:
         return static_cast<std::size_t>(formatXyz(points, text) - text);
     }
 
+    // Not by std::atomic's own waiting, which GCC 12 for Windows may leave asleep for ever.
     bool write(std::size_t block, const char* text, std::size_t length) noexcept {
-        std::size_t turn = nextToWrite_;
-        while (turn < block) {
-            nextToWrite_.wait(turn);
-            turn = nextToWrite_;
-        }
-        const bool written = turn == block && std::fwrite(text, 1, length, file_) == length;
+        std::unique_lock lock(mutex_);
+        turnCame_.wait(lock, [&] { return nextToWrite_ >= block; });
+        if (failed_)
+            return false;
+        // Nobody else writes before the turn moves on.
+        lock.unlock();
+        const bool written = std::fwrite(text, 1, length, file_) == length;
+        lock.lock();
         if (!written)
             failed_ = true;
         // After a failure everybody's turn has passed.
         nextToWrite_ = written ? block + 1 : blockCount();
-        nextToWrite_.notify_all();
+        turnCame_.notify_all();
         return written;
     }
 
     std::FILE* file_;
     std::span<const Point> points_;
     std::atomic<std::size_t> nextToFormat_ = 0;
-    std::atomic<std::size_t> nextToWrite_ = 0;
     std::atomic<bool> failed_ = false;
+    std::mutex mutex_;
+    std::condition_variable turnCame_;
+    std::size_t nextToWrite_ = 0; // under the mutex
 };
 
 /// More threads than this only wait for the file.

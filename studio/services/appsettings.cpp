@@ -137,7 +137,7 @@ void AppSettings::setRecentFiles(const QStringList& files) {
 
 void AppSettings::saveCameraSettings(const Vorta::Settings& settings) {
     QSettings store;
-    store.beginGroup(latin1(Vorta::Settings::rootName));
+    store.beginGroup(latin1(Vorta::Settings::rootName()));
     for (const Vorta::SettingDescription& setting : Vorta::Settings::catalogue())
         store.setValue(latin1(setting.path), settingText(settings, setting.path));
     store.endGroup();
@@ -157,7 +157,7 @@ void AppSettings::saveCameraSettings(const Vorta::Settings& settings) {
 
 void AppSettings::loadCameraSettings(Vorta::Settings& settings) const {
     QSettings store;
-    const QMap<QString, QString> publicSettings = readGroup(store, Vorta::Settings::rootName);
+    const QMap<QString, QString> publicSettings = readGroup(store, Vorta::Settings::rootName());
     for (auto entry = publicSettings.cbegin(); entry != publicSettings.cend(); ++entry) {
         const std::string path = entry.key().toLocal8Bit().toStdString();
         try {

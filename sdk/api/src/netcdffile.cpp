@@ -125,11 +125,12 @@ std::int64_t File::hdf5Id() const {
     // netCDF does not give away the handle that it works with, but HDF5 lists those that are open.
     std::array<hid_t, 64> open{};
     const auto count = H5Fget_obj_ids(H5F_OBJ_ALL, H5F_OBJ_FILE, open.size(), open.data());
-    const std::string whole = path_.string();
+    const std::filesystem::path whole = path_.lexically_normal();
     for (const hid_t id : std::span(open).first(static_cast<std::size_t>(std::clamp<std::int64_t>(count, 0, 64)))) {
-        std::string name(whole.size() + 1, '\0');
-        if (H5Fget_name(id, name.data(), name.size()) == static_cast<std::int64_t>(whole.size()) &&
-            name.compare(0, whole.size(), whole) == 0)
+        std::string name(static_cast<std::size_t>(std::max<std::int64_t>(H5Fget_name(id, nullptr, 0), 0)), '\0');
+        // netCDF hands the name on with the system's own separators.
+        if (H5Fget_name(id, name.data(), name.size() + 1) >= 0 &&
+            std::filesystem::path(name).lexically_normal() == whole)
             return id;
     }
     fail("finding it among the open files");

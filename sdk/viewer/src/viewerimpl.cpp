@@ -7,6 +7,7 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEvent>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QPlatformSurfaceEvent>
 
 #include <algorithm>
@@ -25,6 +26,7 @@ constexpr int refineDelayMs = 150;
 constexpr std::size_t fitPoints = 20'000;
 /// What drawing is expected to cost on the processor until it has been measured, ns.
 constexpr double splatNs = 12.0;
+constexpr double softwarePointNs = 100.0;
 constexpr double softwareMeshPointNs = 150.0;
 /// How many points are searched for the depth below the cursor.
 constexpr double pickPoints = 150e3;
@@ -73,11 +75,12 @@ bool VortaViewer::Impl::ensureRenderer() {
         Log::warning(logSource, __LINE__, "The 3D view cannot draw: %s", errorText_);
         return false;
     }
-    if (renderer_->software())
+    // Windows shows nothing else in a window that OpenGL has drawn into.
+    if (renderer_->software() && QGuiApplication::platformName() != QLatin1String("windows"))
         splats_ = std::make_unique<SplatRenderer>(*window_);
     if (device_.name() != renderer_->name()) {
         device_ = ComputeDevice(renderer_->name());
-        pointBudget_ = FrameBudget(splats_ ? splatNs : 0.0);
+        pointBudget_ = FrameBudget(splats_ ? splatNs : renderer_->software() ? softwarePointNs : 0.0);
         meshBudget_ = FrameBudget(renderer_->software() ? softwareMeshPointNs : 0.0);
         Log::info(logSource, __LINE__, "The 3D view draws with %s", renderer_->name());
     }

@@ -191,7 +191,7 @@ TEST(SettingsCatalogue, EverySettingStandsInADeclaredGroup) {
 }
 
 TEST(SettingsCatalogue, NamesAndPathsAreConstants) {
-    static_assert(Settings::rootName == "Settings");
+    static_assert(Settings::rootName() == "Settings");
     static_assert(Settings::Iris::path == "Iris" && Settings::Iris::name == "Iris");
     static_assert(Settings::Filters::path == "Filters" && Settings::Filters::name == "Filters");
     static_assert(Settings::Filters::Contrast::path == "Filters/Contrast");

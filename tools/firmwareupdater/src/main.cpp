@@ -18,6 +18,7 @@ using Vorta::FirmwareUpdater::report;
 Outcome run(int argc, char** argv) {
     CLI::App app("Brings the plugged-in heads to the firmware " + std::string(Vorta::requiredFirmware) + ".",
                  "VortaFirmwareUpdater");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     app.set_version_flag("--version", "VortaFirmwareUpdater " VORTA_VERSION);
     app.footer("Ends with 0 when every head runs that firmware, 2 for a wrong command line, 3 when no head was found,\n"
                "4 for a head's file that cannot be used, 5 when a head could not be written, 6 when it does not run\n"

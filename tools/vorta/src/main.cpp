@@ -18,6 +18,7 @@ void report(std::string message) {
 
 int run(int argc, char** argv) {
     CLI::App app("Takes measurements with Vorta cameras, and reads and converts their files.", "vorta");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     app.set_version_flag("--version", "vorta " VORTA_VERSION);
     Vorta::Tool::addListCommand(app);
     Vorta::Tool::addCaptureCommand(app);

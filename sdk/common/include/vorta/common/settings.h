@@ -152,7 +152,7 @@ public:
     using Groups = std::tuple<Filters, Filters::Contrast, Filters::Outlier, Filters::Saturated, Filters::Reflection>;
 
     /// The name of the whole, for stores that keep settings beside other things.
-    static constexpr std::string_view rootName = "Settings";
+    [[nodiscard]] static constexpr std::string_view rootName() noexcept { return "Settings"; }
 
     /// Every setting at its default.
     Settings() = default;
