@@ -63,11 +63,17 @@ find_path(QWT_INCLUDE_DIR qwt_plot.h PATH_SUFFIXES qwt REQUIRED)
 find_library(QWT_LIBRARY NAMES qwt-qt5 qwt REQUIRED)
 add_library(vorta_qwt INTERFACE)
 add_library(Vorta::qwt ALIAS vorta_qwt)
+target_compile_definitions(vorta_qwt INTERFACE $<$<PLATFORM_ID:Windows>:QWT_DLL>)
 target_include_directories(vorta_qwt SYSTEM INTERFACE ${QWT_INCLUDE_DIR})
 target_link_libraries(vorta_qwt INTERFACE ${QWT_LIBRARY})
 
+find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
+add_library(vorta_cli11 INTERFACE)
+add_library(Vorta::cli11 ALIAS vorta_cli11)
+target_include_directories(vorta_cli11 SYSTEM INTERFACE ${CLI11_INCLUDE_DIR})
+
 if(WIN32)
-  enable_language(RC)
+  include(Windows)
 endif()
 
 # vorta_version_record(<target> <description>)
@@ -150,7 +156,8 @@ endfunction()
 # vorta_test(<name> SOURCES ... LIBRARIES ... [SCREEN] [TIMEOUT seconds])
 #
 # A GoogleTest program. SCREEN marks tests that open windows: they run one at a time on the X server that the
-# environment names.
+# environment names. Where the programs are for another system the others run in its emulator, each program as one test
+# since its start takes long; there windows are tried in the installed program.
 function(vorta_test name)
   cmake_parse_arguments(arg "SCREEN" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT arg_TIMEOUT)
@@ -167,6 +174,14 @@ function(vorta_test name)
     list(APPEND properties RESOURCE_LOCK screen LABELS screen)
   else()
     target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  if(CMAKE_CROSSCOMPILING AND arg_SCREEN)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  elseif(CMAKE_CROSSCOMPILING)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 1200)
+    return()
   endif()
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

@@ -8,22 +8,24 @@ die() {
     exit 1
 }
 
-# The packages of packages.txt that this machine lacks, one per line.
+# missing_packages LIST...: the packages of the lists that this machine lacks, one per line.
 missing_packages() {
-    sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "$root/packages.txt" | while read -r package; do
+    sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "$@" | while read -r package; do
         state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
         [ "$state" = installed ] || printf '%s\n' "$package"
     done
 }
 
-# Installs what packages.txt names and this machine lacks; asks nothing.
+# install_packages [LIST...]: installs what the lists, packages.txt if none is named, have and this machine lacks; asks
+# nothing.
 install_packages() {
+    [ $# -gt 0 ] || set -- "$root/packages.txt"
     if ! command -v dpkg-query >/dev/null; then
-        say "This is no Debian system: packages.txt names what to install by hand"
+        say "This is no Debian system: $* names what to install by hand"
         return
     fi
     local -a missing administrator=()
-    mapfile -t missing < <(missing_packages)
+    mapfile -t missing < <(missing_packages "$@")
     [ ${#missing[@]} -gt 0 ] || return 0
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null || die "these packages are missing, install them as root: ${missing[*]}"

@@ -1,0 +1,38 @@
+# Copies the libraries that the installed programs, libraries and plug-ins need beside them: those of the prefix and the
+# compiler's own. Any other must be the system's.
+cmake_policy(VERSION 3.25)
+
+set(installed "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+
+execute_process(COMMAND ${compiler} -print-file-name=libstdc++-6.dll OUTPUT_VARIABLE runtime
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+get_filename_component(runtime "${runtime}" DIRECTORY)
+set(folders ${prefix}/bin ${prefix}/lib ${runtime} /usr/x86_64-w64-mingw32/lib /usr/x86_64-w64-mingw32/bin)
+
+file(GLOB_RECURSE waiting ${installed}/*.exe ${installed}/*.dll)
+set(seen "")
+while(waiting)
+  list(POP_FRONT waiting file)
+  execute_process(COMMAND ${objdump} -p ${file} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "DLL Name: [^\n]+" needed "${headers}")
+  list(TRANSFORM needed REPLACE "DLL Name: *" "")
+  foreach(library IN LISTS needed)
+    string(TOLOWER ${library} name)
+    if(name IN_LIST seen OR EXISTS ${installed}/${library})
+      continue()
+    endif()
+    list(APPEND seen ${name})
+    find_file(found ${library} PATHS ${folders} NO_DEFAULT_PATH NO_CACHE)
+    if(found)
+      file(COPY ${found} DESTINATION ${installed} FOLLOW_SYMLINK_CHAIN)
+      execute_process(COMMAND ${strip} --strip-unneeded ${installed}/${library} COMMAND_ERROR_IS_FATAL ANY)
+      list(APPEND waiting ${installed}/${library})
+    else()
+      string(REGEX REPLACE "[.](dll|drv)$" "" name ${name})
+      if(NOT EXISTS /usr/x86_64-w64-mingw32/lib/lib${name}.a)
+        message(FATAL_ERROR "${file} needs ${library}, which is neither built nor the system's")
+      endif()
+    endif()
+    unset(found)
+  endforeach()
+endwhile()
