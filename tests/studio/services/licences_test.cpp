@@ -31,7 +31,7 @@ QMap<QString, QString> collectedLicences() {
 }
 
 struct Licence {
-    const char* library;
+    const char* shownAs;              ///< in the list of libraries
     const char* name;                 ///< of the resource, without its ending
     bool always;                      ///< whether its package is one that every build has
     std::vector<const char*> phrases; ///< that only this library's licence has together
@@ -72,7 +72,7 @@ protected:
         boxes.then([this, &text](QWidget& box) {
             auto& list = find<QListWidget>(box, QStringLiteral("libraryList"));
             for (int row = 0; row < list.count(); ++row)
-                if (list.item(row)->text() == QLatin1String(GetParam().library))
+                if (list.item(row)->text() == QLatin1String(GetParam().shownAs))
                     list.setCurrentRow(row);
             text = find<QTextBrowser>(box, QStringLiteral("detailsBrowser")).toPlainText();
             find<QPushButton>(box, QStringLiteral("okButton")).click();
@@ -102,7 +102,7 @@ TEST_P(LicenceTest, isThatOfTheLibrary) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, LicenceTest, testing::ValuesIn(licences), [](const testing::TestParamInfo<Licence>& licence) {
-        return QString(QLatin1String(licence.param.library)).remove(QLatin1Char('-')).toStdString();
+        return QString(QLatin1String(licence.param.shownAs)).remove(QLatin1Char('-')).toStdString();
     });
 
 TEST(Licences, attachWhatTheyReferTo) {
