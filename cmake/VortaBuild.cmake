@@ -133,6 +133,8 @@ function(vorta_shared_library name)
     $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${name} PRIVATE Vorta::build)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  set_target_properties(${name} PROPERTIES EXPORT_NAME ${arg_FOLDER})
   vorta_version_record(${name} "${arg_DESCRIPTION}")
 endfunction()
 

@@ -1,5 +1,5 @@
 # What the installer installs: everything side by side in one folder, with the libraries of others and their licences.
-install(TARGETS ${product} RUNTIME DESTINATION . LIBRARY DESTINATION .)
+install(TARGETS ${product} ${libraries} VortaViewerLib RUNTIME DESTINATION . LIBRARY DESTINATION .)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/heads DESTINATION .)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION docs FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 namespace {
@@ -20,12 +21,22 @@ void* allocate(std::size_t size) {
     return std::malloc(size > 0 ? size : 1);
 }
 
+// Not std::aligned_alloc(), which Windows lacks: the block that malloc() gave stands before the aligned memory.
 void* allocate(std::size_t size, std::align_val_t alignment) {
-    ++count;
-    if (size >= largeAllocation)
-        ++largeCount;
     const auto step = static_cast<std::size_t>(alignment);
-    return std::aligned_alloc(step, (size + step - 1) / step * step);
+    std::size_t space = size + step;
+    void* block = allocate(sizeof(void*) + space);
+    if (!block)
+        return nullptr;
+    void* memory = static_cast<void**>(block) + 1;
+    std::align(step, size, memory, space);
+    static_cast<void**>(memory)[-1] = block;
+    return memory;
+}
+
+void freeAligned(void* memory) {
+    if (memory)
+        std::free(static_cast<void**>(memory)[-1]);
 }
 
 void* orThrow(void* memory) {
@@ -69,10 +80,10 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 }
 
 void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-    std::free(memory);
+    freeAligned(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-    std::free(memory);
+    freeAligned(memory);
 }
 // NOLINTEND(cppcoreguidelines-no-malloc)

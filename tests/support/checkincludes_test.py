@@ -33,6 +33,8 @@ CASES = [
     ("tools/firmwareupdater/src/main.cpp", '#include "vorta/api/camera.h"', "goes without api"),
     ("tools/firmwareupdater/src/main.cpp", '#include "export/writers.h"', "nothing of the studio"),
     ("tools/surprise/src/main.cpp", "#include <string>", "has no rule yet"),
+    ("examples/a/a.cpp", "#include <vorta/reconstruction/reconstructor.h>", "the examples go without"),
+    ("examples/a/a.cpp", '#include "camera/status.h"', "the examples go without"),
     ("sdk/api/src/camera.cpp", '#include "vorta/reconstruction/reconstructor.h"', None),
     ("sdk/drivers/virtual/src/head.cpp", '#include "vorta/driver/driver.h"', None),
     ("sdk/viewer/src/viewer.cpp", "#include <QtGui/QImage>", None),
@@ -44,6 +46,7 @@ CASES = [
     ("studio/camera/a.cpp", '// #include "mainwindow/mainwindow.h"', None),
     ("tools/vorta/src/main.cpp", '#include "export/writers.h"', None),
     ("tools/firmwareupdater/src/main.cpp", '#include "vorta/virtual/headfile.h"', None),
+    ("examples/a/a.cpp", "#include <vorta/driver/driver.h>", None),
     ("tests/studio/camera/a.cpp", '#include "vorta/virtual/head.h"', None),
 ]
 
