@@ -1,5 +1,5 @@
-// A driver plug-in: one camera that looks straight at a grey wall half a metre away. A real driver talks to its hardware
-// where this one computes its images.
+// A driver plug-in: one camera that looks straight at a grey wall half a metre away. A real driver talks to its
+// hardware where this one computes its images.
 
 #include <vorta/common/exceptions.h>
 #include <vorta/driver/driver.h>

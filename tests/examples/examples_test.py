@@ -42,6 +42,14 @@ class Examples(unittest.TestCase):
         for name in ("libVortaAPI.so", "libVortaCommon.so"):
             self.assertIn(f"{name} => {self.programs / name}", libraries)
 
+    def test_each_header_compiles_alone(self):
+        include = self.prefix / "include"
+        headers = [header for header in include.rglob("*.h") if "viewer" not in header.parts]
+        self.assertGreater(len(headers), 25)
+        for header in headers:
+            with self.subTest(header=header.name):
+                run("c++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", include, header)
+
     def test_a_driver_of_ones_own_measures_its_wall(self):
         output = WORK / "wall.vdf"
         text = run(self.built / "capturehdr", self.built / "VortaCameraWall.dll", output)
