@@ -2,6 +2,7 @@
 
 #include "shaders.h"
 
+#include <QtGui/QGuiApplication>
 #include <QtGui/QMatrix4x4>
 #include <QtGui/QOpenGLFunctions_3_3_Core>
 
@@ -14,6 +15,7 @@ namespace Vorta {
 namespace {
 
 constexpr int depthBits = 24;
+constexpr const char* windowRefused = "OpenGL cannot draw into the 3D view's window.";
 
 bool drawsOnProcessor(std::string_view renderer) {
     constexpr std::array<std::string_view, 6> names{"llvmpipe",    "softpipe",    "Software Rasterizer",
@@ -75,12 +77,18 @@ bool GlRenderer::setUp(std::string& error) {
     format.setVersion(3, 3);
     format.setProfile(QSurfaceFormat::CoreProfile);
     context_.setFormat(format);
+    // Windows shows nothing else in a window that OpenGL has been given: a look beside it tells who would draw.
+    if (QGuiApplication::platformName() == QLatin1String("windows")) {
+        beside_ = std::make_unique<QOffscreenSurface>();
+        beside_->setFormat(format);
+        beside_->create();
+    }
     if (!context_.create()) {
         error = "No OpenGL context can be made on this screen.";
         return false;
     }
     if (!makeCurrent()) {
-        error = "OpenGL cannot draw into the 3D view's window.";
+        error = windowRefused;
         return false;
     }
     gl_ = context_.versionFunctions<QOpenGLFunctions_3_3_Core>();
@@ -93,6 +101,14 @@ bool GlRenderer::setUp(std::string& error) {
     const auto* renderer = gl_->glGetString(GL_RENDERER);
     name_ = renderer != nullptr ? std::string(reinterpret_cast<const char*>(renderer)) : "OpenGL";
     software_ = drawsOnProcessor(name_);
+    if (beside_ && !software_) {
+        context_.doneCurrent();
+        beside_.reset();
+        if (!makeCurrent()) {
+            error = windowRefused;
+            return false;
+        }
+    }
     needsDetour_ = context_.format().depthBufferSize() < depthBits;
     // Where the processor draws, points go another way, and most starts need no program at all.
     if (!software_ && program(false, true) == nullptr) {
@@ -132,7 +148,9 @@ QOpenGLShaderProgram* GlRenderer::program(bool meshed, bool colored) {
 }
 
 bool GlRenderer::makeCurrent() {
-    return window_ && window_->handle() != nullptr && context_.makeCurrent(window_);
+    if (!window_ || window_->handle() == nullptr)
+        return false;
+    return beside_ ? context_.makeCurrent(beside_.get()) : context_.makeCurrent(window_);
 }
 
 bool GlRenderer::uploadPoints(CloudDetail detail, std::span<const CloudVertex> vertices) {

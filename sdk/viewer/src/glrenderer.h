@@ -5,6 +5,7 @@
 
 #include <QtCore/QPointer>
 #include <QtGui/QImage>
+#include <QtGui/QOffscreenSurface>
 #include <QtGui/QOpenGLBuffer>
 #include <QtGui/QOpenGLContext>
 #include <QtGui/QOpenGLFramebufferObject>
@@ -38,6 +39,9 @@ public:
     [[nodiscard]] const std::string& name() const noexcept { return name_; }
     /// Whether the processor does the drawing.
     [[nodiscard]] bool software() const noexcept { return software_; }
+    /// Whether the window stays without OpenGL: frames are for drawToImage() then, and drawToWindow() must not be
+    /// called.
+    [[nodiscard]] bool besideWindow() const noexcept { return beside_ != nullptr; }
 
     /// Why the driver refused a shading program; empty while it refused none.
     [[nodiscard]] const std::string& refusal() const noexcept { return refusal_; }
@@ -68,6 +72,8 @@ private:
     [[nodiscard]] bool draw(const FrameSettings& frame, const QSize& size);
 
     QPointer<QWindow> window_;
+    /// What is drawn on in the window's place.
+    std::unique_ptr<QOffscreenSurface> beside_;
     QOpenGLContext context_;
     /// The context's, which owns it.
     QOpenGLFunctions_3_3_Core* gl_ = nullptr;

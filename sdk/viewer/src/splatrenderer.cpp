@@ -9,6 +9,10 @@ void SplatRenderer::drawToWindow(std::span<const CloudVertex> vertices, const Fr
     if (picture_.size() != size)
         picture_ = QImage(size, QImage::Format_RGB32);
     draw(vertices, frame, picture_);
+    show(picture_);
+}
+
+void SplatRenderer::show(const QImage& picture) {
     const QRect area(QPoint(), window_.size());
     if (store_.size() != window_.size())
         store_.resize(window_.size());
@@ -16,7 +20,7 @@ void SplatRenderer::drawToWindow(std::span<const CloudVertex> vertices, const Fr
     {
         QPainter painter(store_.paintDevice());
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.drawImage(area, picture_);
+        painter.drawImage(area, picture);
     }
     store_.endPaint();
     store_.flush(area);

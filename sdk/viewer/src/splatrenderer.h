@@ -16,6 +16,8 @@ public:
     explicit SplatRenderer(QWindow& window) : window_(window), store_(&window) {}
 
     void drawToWindow(std::span<const CloudVertex> vertices, const FrameSettings& frame);
+    /// Shows a picture that was drawn elsewhere, scaled to the window.
+    void show(const QImage& picture);
     /// The frame at the given size in physical pixels.
     [[nodiscard]] QImage drawToImage(std::span<const CloudVertex> vertices, const FrameSettings& frame,
                                      const QSize& size);

@@ -7,7 +7,6 @@
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEvent>
-#include <QtGui/QGuiApplication>
 #include <QtGui/QPlatformSurfaceEvent>
 
 #include <algorithm>
@@ -26,7 +25,6 @@ constexpr int refineDelayMs = 150;
 constexpr std::size_t fitPoints = 20'000;
 /// What drawing is expected to cost on the processor until it has been measured, ns.
 constexpr double splatNs = 12.0;
-constexpr double softwarePointNs = 100.0;
 constexpr double softwareMeshPointNs = 150.0;
 /// How many points are searched for the depth below the cursor.
 constexpr double pickPoints = 150e3;
@@ -75,12 +73,11 @@ bool VortaViewer::Impl::ensureRenderer() {
         Log::warning(logSource, __LINE__, "The 3D view cannot draw: %s", errorText_);
         return false;
     }
-    // Windows shows nothing else in a window that OpenGL has drawn into.
-    if (renderer_->software() && QGuiApplication::platformName() != QLatin1String("windows"))
+    if (renderer_->software())
         splats_ = std::make_unique<SplatRenderer>(*window_);
     if (device_.name() != renderer_->name()) {
         device_ = ComputeDevice(renderer_->name());
-        pointBudget_ = FrameBudget(splats_ ? splatNs : renderer_->software() ? softwarePointNs : 0.0);
+        pointBudget_ = FrameBudget(splats_ ? splatNs : 0.0);
         meshBudget_ = FrameBudget(renderer_->software() ? softwareMeshPointNs : 0.0);
         Log::info(logSource, __LINE__, "The 3D view draws with %s", renderer_->name());
     }
@@ -279,7 +276,7 @@ bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
         clock.start();
         if (splatted(frame))
             splats_->drawToWindow(grid.vertices(), frame);
-        else if (!upload(grid, detail, stride) || !renderer_->drawToWindow(frame))
+        else if (!upload(grid, detail, stride) || !drawByGl(frame))
             return contextLost();
         shown_ = frame;
         FrameBudget& budget = frame.meshed ? meshBudget_ : pointBudget_;
@@ -287,6 +284,16 @@ bool VortaViewer::Impl::drawFrame(bool moving, bool uncovered) {
     }
     if (stride > 1 && !streaming_)
         refine_.start();
+    return true;
+}
+
+bool VortaViewer::Impl::drawByGl(const FrameSettings& frame) {
+    if (!renderer_->besideWindow())
+        return renderer_->drawToWindow(frame);
+    QImage picture;
+    if (!renderer_->drawToImage(frame, window_->size() * window_->devicePixelRatio(), picture))
+        return false;
+    splats_->show(picture);
     return true;
 }
 

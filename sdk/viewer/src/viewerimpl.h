@@ -63,6 +63,7 @@ private:
     void cloudChanged(const CloudGrid& grid, std::size_t stride = 1);
     void fitView();
     [[nodiscard]] bool drawFrame(bool moving, bool uncovered = false);
+    [[nodiscard]] bool drawByGl(const FrameSettings& frame);
     [[nodiscard]] bool contextLost();
     [[nodiscard]] std::size_t strideFor(bool moving);
     /// The points of a frame.

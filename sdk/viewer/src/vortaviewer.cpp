@@ -21,6 +21,7 @@ void VortaViewer::setDefaultSurfaceFormat() {
     format.setVersion(3, 3);
     format.setProfile(QSurfaceFormat::CoreProfile);
     format.setDepthBufferSize(24);
+    format.setSwapBehavior(QSurfaceFormat::DoubleBuffer);
     // A frame is drawn when something has changed and waits for nothing.
     format.setSwapInterval(0);
     QSurfaceFormat::setDefaultFormat(format);
