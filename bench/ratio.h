@@ -9,6 +9,9 @@
 #include <vector>
 
 /// Compares our code with a reference that does the same job, both measured in turn in the same run.
+///
+/// Figures with a bar: the counter `<figure>` has it in the counter `<figure>_at_most` or `<figure>_at_least`; the bar
+/// of a benchmark's own time is `time_at_most`, in the benchmark's unit. bench/run makes one table of them all.
 namespace VortaBench {
 
 /// Seconds that one call took: processor time of all threads, and on the wall.
@@ -32,7 +35,7 @@ inline double median(std::vector<double> values) {
 }
 
 /// Registers a benchmark whose time is ours and whose counters hold the reference's time and the ratios ours /
-/// reference, as medians over all iterations. `cpuLimit` and `wallLimit` (0: none) are printed beside the ratios.
+/// reference, as medians over all iterations. `cpuLimit` and `wallLimit` (0: none) are the ratios' bars.
 inline benchmark::internal::Benchmark* compare(const char* name, const std::function<void()>& ours,
                                                const std::function<void()>& reference, double cpuLimit,
                                                double wallLimit = 0) {
@@ -55,10 +58,13 @@ inline benchmark::internal::Benchmark* compare(const char* name, const std::func
         state.counters["cpu_ms"] = median(ourCpu) * 1e3;
         state.counters["reference_cpu_ms"] = median(referenceCpu) * 1e3;
         state.counters["cpu_ratio"] = median(ourCpu) / median(referenceCpu);
-        state.counters["cpu_limit"] = cpuLimit;
+        if (cpuLimit > 0)
+            state.counters["cpu_ratio_at_most"] = cpuLimit;
+        state.counters["wall_ms"] = median(ourWall) * 1e3;
+        state.counters["reference_wall_ms"] = median(referenceWall) * 1e3;
         state.counters["wall_ratio"] = median(ourWall) / median(referenceWall);
         if (wallLimit > 0)
-            state.counters["wall_limit"] = wallLimit;
+            state.counters["wall_ratio_at_most"] = wallLimit;
     };
     return benchmark::RegisterBenchmark(name, run)->UseManualTime()->Unit(benchmark::kMillisecond);
 }

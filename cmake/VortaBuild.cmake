@@ -15,6 +15,7 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
+option(VORTA_COVERAGE "Count which lines run" OFF)
 set(VORTA_SANITIZE "" CACHE STRING "Sanitizers to build with, for instance address,undefined")
 
 add_library(vorta_build INTERFACE)
@@ -36,6 +37,10 @@ if(VORTA_SANITIZE)
     # The sanitizers' own instrumentation makes these two fire on correct code.
     target_compile_options(vorta_build INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
   endif()
+endif()
+if(VORTA_COVERAGE)
+  target_compile_options(vorta_build INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(vorta_build INTERFACE --coverage)
 endif()
 if(VORTA_SANITIZE MATCHES "address")
   target_sources(vorta_build INTERFACE

@@ -55,22 +55,24 @@ int main(int argc, char** argv) {
 
     cv::Mat_<uchar> mask(height, width, uchar{0});
     mask.colRange(500, 900).setTo(5);
-    benchmark::RegisterBenchmark("mask's picture (at most 10 ms)", [&](benchmark::State& state) {
+    benchmark::RegisterBenchmark("mask's picture", [&](benchmark::State& state) {
         for (auto _ : state)
             benchmark::DoNotOptimize(MaskImages::classes(mask));
+        state.counters["time_at_most"] = 10;
     })->Unit(benchmark::kMillisecond);
     ImageSelection selection;
     selection.choose(ImageSelection::Mode::Polygon);
     for (int corner = 0; corner < 40; ++corner)
         selection.press({width / 2 + static_cast<int>(900 * std::cos(0.157 * corner)),
                          height / 2 + static_cast<int>(550 * std::sin(0.157 * corner))});
-    benchmark::RegisterBenchmark("polygon as a mask, merged (at most 10 ms)", [&](benchmark::State& state) {
+    benchmark::RegisterBenchmark("polygon as a mask, merged", [&](benchmark::State& state) {
         for (auto _ : state) {
             const cv::Mat_<uchar> selected = selection.mask({width, height}, false);
             cv::Mat_<uchar> merged = mask.clone();
             selected.copyTo(merged, selected);
             benchmark::DoNotOptimize(merged.data);
         }
+        state.counters["time_at_most"] = 10;
     })->Unit(benchmark::kMillisecond);
     // As while the dock is resized: each event has another size, and all is scaled anew.
     const QApplication application(argc, argv);
@@ -84,7 +86,7 @@ int main(int argc, char** argv) {
     window.show();
     QCoreApplication::processEvents();
     int step = 0;
-    benchmark::RegisterBenchmark("resized picture and overlays (at most 16 ms)",
+    benchmark::RegisterBenchmark("resized picture and overlays",
                                  [&](benchmark::State& state) {
                                      for (auto _ : state) {
                                          ++step;
@@ -92,6 +94,7 @@ int main(int argc, char** argv) {
                                          label->repaint();
                                          QCoreApplication::processEvents();
                                      }
+                                     state.counters["time_at_most"] = 16;
                                  })
         ->Unit(benchmark::kMillisecond)
         ->Iterations(100);

@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <functional>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace {
@@ -102,11 +103,12 @@ int measureLive(int& argc, char** argv, const QString& head, const QString& file
     const double seconds = static_cast<double>(clock.elapsed()) * 1e-3;
     std::vector<double> events = studio.eventMs;
     const Vorta::PointCloud cloud = controller.record()->pointCloud();
+    const std::string name = head.isEmpty() ? "replay" : head.toStdString();
     std::printf(
-        "live %-9s %4zu x %-4zu  %5.1f frames/s, events of the GUI thread: median %.2f ms, 99.9 %% within %.1f ms, "
-        "longest %.1f ms (bar 50)\n",
-        head.isEmpty() ? "replay" : qPrintable(head), cloud.width(), cloud.height(), frames / seconds,
-        quantile(events, 0.5), quantile(events, 0.999), quantile(events, 1.0));
+        "live %s, %zu x %zu points: %.1f frames/s; events of the GUI thread: median %.2f ms, 99.9 %% within %.1f ms\n",
+        name.c_str(), cloud.width(), cloud.height(), frames / seconds, quantile(events, 0.5), quantile(events, 0.999));
+    std::printf("figure: live %s, longest event of the GUI thread: %.1f ms (at most 50)\n", name.c_str(),
+                quantile(events, 1.0));
     std::fflush(stdout);
     controller.stopLive();
     if (!head.isEmpty()) {

@@ -103,7 +103,7 @@ void logMessages(benchmark::State& state, int messagesPerThread, std::chrono::mi
         state.counters["rows_per_s"] = wanted / seconds;
         state.counters["cpu_us_per_row"] = cpuSeconds * 1e6 / wanted;
         state.counters["longest_gap_ms"] = meter.longestMs();
-        state.counters["gap_limit_ms"] = gapLimitMs;
+        state.counters["longest_gap_ms_at_most"] = gapLimitMs;
     }
 }
 

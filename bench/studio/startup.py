@@ -68,9 +68,9 @@ def main():
     for name, median in medians.items():
         print(f"{name:14} {median * 1000:7.1f} ms to the main window (median of {runs})")
     ours = medians["Vorta Studio"]
-    print(f"/ empty window {ours / medians['empty window']:7.2f}   (at most 2)")
+    print(f"figure: start / empty window: {ours / medians['empty window']:.2f} (at most 2)")
     if "CloudCompare" in medians:
-        print(f"/ CloudCompare {ours / medians['CloudCompare']:7.2f}   (at most 0.5)")
+        print(f"figure: start / CloudCompare's: {ours / medians['CloudCompare']:.2f} (at most 0.5)")
 
 
 if __name__ == "__main__":
