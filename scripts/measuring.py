@@ -8,6 +8,7 @@ import numpy as np
 from person import check, grab_screen, screen_rests, wait_for, xdotool
 
 SATURATED = 255
+VIEW_BACKGROUND = (32, 34, 38)
 
 
 def read_data(path):
@@ -119,10 +120,28 @@ def check_files(folder, dragged):
           f"XYZ rounds by {difference:.2g} mm")
 
 
+def check_cloud_is_shown(screenshot):
+    """Whether the 3D view shows a coloured cloud: it fills some of the largest area with that view's background."""
+    picture = subprocess.run(["convert", screenshot, "-depth", "8", "ppm:-"], check=True, capture_output=True).stdout
+    header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+255\s", picture)
+    width, height = int(header[1]), int(header[2])
+    pixels = np.frombuffer(picture, np.uint8, offset=header.end()).reshape(height, width, 3)
+    rows, columns = np.nonzero(np.all(pixels == VIEW_BACKGROUND, axis=-1))
+    check(rows.size > 0.02 * width * height, "the 3D view's background is nowhere to be seen")
+    view = pixels[rows.min():rows.max() + 1, columns.min():columns.max() + 1].reshape(-1, 3)
+    cloud = view[np.any(view != VIEW_BACKGROUND, axis=-1)]
+    check(len(cloud) > 0.1 * len(view), f"the 3D view shows a cloud in {len(cloud)} of its {len(view)} pixels")
+    colours = len(np.unique(cloud, axis=0))
+    check(colours > 200, f"the 3D view's cloud has {colours} colours")
+
+
 def measure_and_save(studio, out):
     """What the user does first; returns the size of the rectangle that was dragged."""
     studio.click("camera.png")
     studio.find("disk.png")
+    wait_for("the cloud", screen_rests)
+    grab_screen(out / "grabbed.png")
+    check_cloud_is_shown(out / "grabbed.png")
     left, top = studio.click("layer-shape.png")
     # The upper of the two viewers, that of the camera image, begins below its tools.
     start, dragged = (left + 60, top + 60), (90, 60)

@@ -52,7 +52,11 @@ public:
         return HeadCalibration{.stages = {{.geometry = wallGeometry()}}};
     }
     [[nodiscard]] std::optional<BayerLayout> bayerLayout() const override { return BayerLayout::BGGR; }
-    [[nodiscard]] Temperatures temperatures() const override { return {.head = 25.0}; }
+    [[nodiscard]] Temperatures temperatures() const override {
+        Temperatures all; // of the sensors that there are
+        all.head = 25.0;
+        return all;
+    }
     [[nodiscard]] bool isPresent() const override { return true; }
 
     void configure(const HeadConfiguration& configuration) override { configuration_ = configuration; }

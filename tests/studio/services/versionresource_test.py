@@ -31,7 +31,8 @@ with tempfile.TemporaryDirectory() as name:
     program = (folder / "program.exe").read_bytes()
 
 # Key, a zero, padding to four bytes, value.
-for key, value in (("FileDescription", description), ("ProductVersion", "1.0.1+3607.8a7510c4")):
+for key, value in (("FileDescription", description), ("ProductName", "Vorta Studio"), ("CompanyName", "Vorta Labs"),
+                   ("ProductVersion", "1.0.1+3607.8a7510c4")):
     found = program.find((key + "\0").encode("utf-16-le"))
     assert found >= 0, f"there is no {key}"
     behind = program[found:found + 200].decode("utf-16-le", "replace")[len(key):].lstrip("\0")
