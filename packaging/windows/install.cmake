@@ -1,7 +1,8 @@
 # What the installer installs: everything side by side in one folder, with the libraries of others and their licences.
 install(TARGETS ${product} ${libraries} VortaViewerLib RUNTIME DESTINATION . LIBRARY DESTINATION .)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/heads DESTINATION .)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION docs FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION .)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION .)
 
 foreach(plugin platforms/qwindows styles/qwindowsvistastyle imageformats/qsvg)
   get_filename_component(folder ${plugin} DIRECTORY)

@@ -210,6 +210,10 @@ void PrefsDialog::loadFromCamera() {
     const QMap<QString, QString> settings = VortaQt::collectExpertSettings(controller_.settings());
     for (auto setting = settings.cbegin(); setting != settings.cend(); ++setting)
         expertSettings_->addSetting(setting.key(), setting.value());
+    fitExpertColumns();
+}
+
+void PrefsDialog::fitExpertColumns() {
     ui_->treeViewExpert->resizeColumnToContents(0);
     ui_->treeViewExpert->resizeColumnToContents(1);
 }
@@ -286,6 +290,7 @@ QString PrefsDialog::currentExpertPath() const {
 }
 
 void PrefsDialog::selectExpertSetting(int row) {
+    fitExpertColumns();
     const int last = expertSettings_->rowCount() - 1;
     if (last >= 0)
         ui_->treeViewExpert->setCurrentIndex(expertSettings_->index(std::clamp(row, 0, last), 0));

@@ -68,6 +68,7 @@ private:
     [[nodiscard]] PreferencesValues::Mode mode() const;
     void showLogThreshold();
     void loadFromCamera();
+    void fitExpertColumns();
     [[nodiscard]] Vorta::Settings collect() const;
     void takeOverExpertSetting(const QString& path, const QString& value);
     [[nodiscard]] QString currentExpertPath() const;

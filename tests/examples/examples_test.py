@@ -50,6 +50,10 @@ class Examples(unittest.TestCase):
             with self.subTest(header=header.name):
                 run("c++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", include, header)
 
+    def test_documentation_is_installed_with_all_that_it_refers_to(self):
+        [readme] = [path for path in self.prefix.rglob("README.md")]
+        run(sys.executable, SOURCES.parent / "tests" / "docs" / "links_test.py", readme.parent)
+
     def test_a_driver_of_ones_own_measures_its_wall(self):
         output = WORK / "wall.vdf"
         text = run(self.built / "capturehdr", self.built / "VortaCameraWall.dll", output)

@@ -62,6 +62,8 @@ TEST_F(ExpertSettings, AreAddedByTheEntryDialog) {
     EXPECT_EQ(boxes_.seen().at(0).objectName, QStringLiteral("ExpertSettingDialog"));
     EXPECT_EQ(expertRows(), "Camera/Gain=2.5");
     EXPECT_TRUE(canEdit()) << "the new row is the current one";
+    const int needed = table().fontMetrics().horizontalAdvance(QStringLiteral("Camera"));
+    EXPECT_GT(table().columnWidth(0), needed) << "the new names are readable";
     boxes_.thenCancel();
     press("pushButtonAddExpertSetting");
     EXPECT_EQ(expertRows(), "Camera/Gain=2.5");
