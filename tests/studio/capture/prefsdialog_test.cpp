@@ -146,6 +146,21 @@ TEST_F(Preferences, RestoreDefaultsChangesTheControlsAlone) {
     EXPECT_EQ(expertRows(), "Camera/Gain=2");
 }
 
+TEST_F(Preferences, RestoreDefaultsShowsTheStoredLogThresholdAndNoOldHeadsControls) {
+    preferences_.setString("GUI/LogThreshold", QStringLiteral("Debug"));
+    open({{"Global/ProductRevision", "Rev2"}});
+    auto& logThreshold = part<QComboBox>("logThresholdComboBox");
+    logThreshold.setCurrentText(QStringLiteral("Error"));
+    press(QDialogButtonBox::RestoreDefaults);
+    EXPECT_EQ(logThreshold.currentText(), QStringLiteral("Debug")) << "it is no setting of the camera";
+    for (const char* name : {"groupBoxCalibrationFile", "labelProductRevision", "vortaVersionBox"})
+        EXPECT_TRUE(part<QWidget>(name).isHidden()) << name;
+    dialog().close();
+    dialog().show();
+    for (const char* name : {"groupBoxCalibrationFile", "labelProductRevision", "vortaVersionBox"})
+        EXPECT_FALSE(part<QWidget>(name).isHidden()) << name << ": the camera's own revision";
+}
+
 TEST_F(Preferences, ThresholdsTakeNumbersAlone) {
     open();
     for (const char* name : {"minContrastEdit", "disconnectedThresholdEdit"}) {

@@ -148,6 +148,16 @@ TEST_F(LogWidgetTest, copiesASingleCell) {
     EXPECT_EQ(clipboard(), QStringLiteral("Message\nmessage 1\n"));
 }
 
+TEST_F(LogWidgetTest, copiesInTheOrderOfTheSelection) {
+    showAndActivate(widget);
+    add(3);
+    for (const int row : {2, 0})
+        QTest::mouseClick(table.viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          table.visualItemRect(table.item(row, 2)).center());
+    QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(clipboard(), QStringLiteral("Message\nmessage 2\nmessage 0\n"));
+}
+
 TEST_F(LogWidgetTest, aLineStartsWithoutTabs) {
     showAndActivate(widget);
     add(2);

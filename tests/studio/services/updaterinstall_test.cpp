@@ -146,6 +146,19 @@ TEST_F(UpdaterInstall, NoLeavesTheDialogOnTheInstallPage) {
     EXPECT_EQ(updater_.stack().currentIndex(), 3);
 }
 
+TEST_F(UpdaterInstall, QuestionHasNoDefaultAnswerAndTakesOkForYes) {
+    offer(abcDigest);
+    ModalDriver boxes;
+    boxes.then([](QWidget& widget) {
+        auto& box = dynamic_cast<QMessageBox&>(widget);
+        EXPECT_EQ(box.icon(), QMessageBox::Question);
+        EXPECT_EQ(box.defaultButton(), nullptr);
+        box.done(QMessageBox::Ok);
+    });
+    EXPECT_THAT(thrownBy([this] { updater_.slotInstallUpdate(); }), testing::StartsWith("failed to run"))
+        << "there is no installer";
+}
+
 TEST_F(UpdaterInstall, InstallerThatCannotBeRunIsReported) {
     offer(abcDigest);
     bool quit = false;
