@@ -237,7 +237,7 @@ TEST_F(Preferences, LogThresholdTakesEffectAndIsKept) {
 
 TEST_F(Preferences, BrowseStartsAtTheCalibrationFile) {
     const QTemporaryDir folder;
-    const QString file = folder.filePath(QStringLiteral("other.yml"));
+    const QString file = folder.filePath(QString::fromUtf8("\u00e4.yml"));
     QFile(file).open(QIODevice::WriteOnly);
     open({{"Global/ProductRevision", "Rev2"},
           {"Measurement/CalibrationFile", folder.filePath(QStringLiteral("gone.yml")).toLocal8Bit().constData()}});
@@ -259,6 +259,7 @@ TEST_F(Preferences, BrowseStartsAtTheCalibrationFile) {
     EXPECT_EQ(edit("calibFileEdit").text(), file);
     apply();
     EXPECT_EQ(setting("Measurement/CalibrationFile"), file.toStdString());
+    EXPECT_EQ(edit("calibFileEdit").text(), file) << "as the camera has it";
 }
 
 TEST_F(Preferences, ABrokenStoreDoesNotKeepThemFromOpening) {

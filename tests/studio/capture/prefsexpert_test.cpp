@@ -149,6 +149,17 @@ TEST_F(ExpertSettings, DeletedComeBackWhenTheDialogReloads) {
     EXPECT_EQ(setting("Camera/Gain"), "2") << "nothing is pending any more";
 }
 
+TEST_F(ExpertSettings, DeletedStayPendingWhateverElseIsPressed) {
+    open({{"Camera/Gain", "2"}, {"Lens/MaxIris", "40"}});
+    selectRow(0);
+    press("pushButtonDeleteExpertSetting");
+    PrefsTest::press(QDialogButtonBox::RestoreDefaults);
+    EXPECT_EQ(expertRows(), "Lens/MaxIris=40") << "the table has no defaults";
+    press("pushButtonClearExpertSettings");
+    apply();
+    EXPECT_EQ(controller().settings(), settingsWith({{"Lens/MaxIris", "40"}}));
+}
+
 TEST_F(ExpertSettings, DeletedAndAddedAgainAreNotReset) {
     open({{"Camera/Gain", "2"}});
     selectRow(0);

@@ -180,6 +180,19 @@ TEST_F(UpdaterInstall, InstallerThatIsGoneIsReported) {
               "failed to run" + path("1.0.2").toStdString() + ":\nNo such file or directory");
 }
 
+TEST_F(UpdaterInstall, TemporaryFolderMayHaveAnyLetters) {
+    const QString folder = folder_.filePath(QStringLiteral("J\u00f6rg's files"));
+    ASSERT_TRUE(QDir().mkdir(folder));
+    qputenv("TMPDIR", QFile::encodeName(folder));
+    offer(abcDigest);
+    ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("Yes"));
+    const QString path = folder + QStringLiteral("/VortaSetup_1.0.2.exe");
+    EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }),
+              "failed to run" + path.toStdString() + ":\nExec format error");
+    EXPECT_EQ(contents(path), "abc");
+}
+
 TEST_F(UpdaterInstall, YesRunsTheInstallerAndQuits) {
     publishInstaller("1.0.2", installer());
     check(updater_);
