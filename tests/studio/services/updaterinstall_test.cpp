@@ -83,6 +83,7 @@ TEST_F(UpdaterInstall, WithoutAChecksumNoInstallerPasses) {
     updater_.handleLatestChecksum(std::nullopt);
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch)
         << "the digest of an earlier reply does not count";
+    updater_.handleLatestChecksum(QByteArray(abcDigest));
     EXPECT_NE(thrownBy([this] { updater_.handleLatestChecksum(QByteArray("zz")); }), "nothing was thrown");
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch);
     EXPECT_EQ(contents(path("1.0.2")), QByteArray());
