@@ -1,7 +1,5 @@
 #include "services/recentfilesmenu.h"
 
-#include <utility>
-
 namespace VortaQt {
 
 namespace {
@@ -10,8 +8,8 @@ constexpr int mostFiles = 9;
 
 } // namespace
 
-RecentFilesMenu::RecentFilesMenu(QWidget* parent, QStringList files)
-    : QMenu(QStringLiteral("&Recent Files"), parent), files_(std::move(files)) {
+RecentFilesMenu::RecentFilesMenu(QWidget* parent, const QStringList& files)
+    : QMenu(QStringLiteral("&Recent Files"), parent), files_(files.mid(0, mostFiles)) {
     connect(this, &QMenu::triggered, this, [this](const QAction* entry) {
         // The label is "&<position> <path>": the path starts after the first blank and may hold more of them.
         Q_EMIT fileSelected(entry->text().section(QLatin1Char(' '), 1, -1));

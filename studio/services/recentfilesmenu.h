@@ -10,7 +10,8 @@ class RecentFilesMenu : public QMenu {
     Q_OBJECT
 
 public:
-    RecentFilesMenu(QWidget* parent, QStringList files);
+    /// The first nine of `files`, which is the list of an earlier menu.
+    RecentFilesMenu(QWidget* parent, const QStringList& files);
 
     /// Puts a path at the top, where it stands once only.
     void addFile(const QString& path);

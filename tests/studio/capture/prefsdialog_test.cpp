@@ -146,6 +146,21 @@ TEST_F(Preferences, RestoreDefaultsChangesTheControlsAlone) {
     EXPECT_EQ(expertRows(), "Camera/Gain=2");
 }
 
+TEST_F(Preferences, RestoreDefaultsShowsTheStoredLogThresholdAndNoOldHeadsControls) {
+    preferences_.setString("GUI/LogThreshold", QStringLiteral("Debug"));
+    open({{"Global/ProductRevision", "Rev2"}});
+    auto& logThreshold = part<QComboBox>("logThresholdComboBox");
+    logThreshold.setCurrentText(QStringLiteral("Error"));
+    press(QDialogButtonBox::RestoreDefaults);
+    EXPECT_EQ(logThreshold.currentText(), QStringLiteral("Debug")) << "it is no setting of the camera";
+    for (const char* name : {"groupBoxCalibrationFile", "labelProductRevision", "vortaVersionBox"})
+        EXPECT_TRUE(part<QWidget>(name).isHidden()) << name;
+    dialog().close();
+    dialog().show();
+    for (const char* name : {"groupBoxCalibrationFile", "labelProductRevision", "vortaVersionBox"})
+        EXPECT_FALSE(part<QWidget>(name).isHidden()) << name << ": the camera's own revision";
+}
+
 TEST_F(Preferences, ThresholdsTakeNumbersAlone) {
     open();
     for (const char* name : {"minContrastEdit", "disconnectedThresholdEdit"}) {
@@ -222,7 +237,7 @@ TEST_F(Preferences, LogThresholdTakesEffectAndIsKept) {
 
 TEST_F(Preferences, BrowseStartsAtTheCalibrationFile) {
     const QTemporaryDir folder;
-    const QString file = folder.filePath(QStringLiteral("other.yml"));
+    const QString file = folder.filePath(QString::fromUtf8("\u00e4.yml"));
     QFile(file).open(QIODevice::WriteOnly);
     open({{"Global/ProductRevision", "Rev2"},
           {"Measurement/CalibrationFile", folder.filePath(QStringLiteral("gone.yml")).toLocal8Bit().constData()}});
@@ -244,6 +259,7 @@ TEST_F(Preferences, BrowseStartsAtTheCalibrationFile) {
     EXPECT_EQ(edit("calibFileEdit").text(), file);
     apply();
     EXPECT_EQ(setting("Measurement/CalibrationFile"), file.toStdString());
+    EXPECT_EQ(edit("calibFileEdit").text(), file) << "as the camera has it";
 }
 
 TEST_F(Preferences, ABrokenStoreDoesNotKeepThemFromOpening) {

@@ -1,6 +1,10 @@
 #include "studio/capture/prefsfixture.h"
 #include "support/modaldriver.h"
 
+#include <QSignalSpy>
+
+#include <array>
+
 namespace {
 
 using namespace Vorta;
@@ -151,6 +155,17 @@ TEST_F(ExpertSettings, DeletedComeBackWhenTheDialogReloads) {
     EXPECT_EQ(setting("Camera/Gain"), "2") << "nothing is pending any more";
 }
 
+TEST_F(ExpertSettings, DeletedStayPendingWhateverElseIsPressed) {
+    open({{"Camera/Gain", "2"}, {"Lens/MaxIris", "40"}});
+    selectRow(0);
+    press("pushButtonDeleteExpertSetting");
+    PrefsTest::press(QDialogButtonBox::RestoreDefaults);
+    EXPECT_EQ(expertRows(), "Lens/MaxIris=40") << "the table has no defaults";
+    press("pushButtonClearExpertSettings");
+    apply();
+    EXPECT_EQ(controller().settings(), settingsWith({{"Lens/MaxIris", "40"}}));
+}
+
 TEST_F(ExpertSettings, DeletedAndAddedAgainAreNotReset) {
     open({{"Camera/Gain", "2"}});
     selectRow(0);
@@ -202,6 +217,19 @@ TEST_F(ExpertSettings, LeadTheControlsThatShowTheSame) {
     EXPECT_EQ(setting("Global/ProductRevision"), "Rev1");
     EXPECT_EQ(setting("Measurement/CalibrationFile"), "/x.yml");
     EXPECT_EQ(setting("Measurement/AdvancedPattern"), "Plain");
+}
+
+TEST_F(ExpertSettings, AreEnteredOnceAlsoWhereAControlFollows) {
+    open();
+    const QSignalSpy entered(table().model(), &QAbstractItemModel::modelReset);
+    for (const auto& [group, name, value] : {std::array{"Global", "ProductRevision", "Rev1"},
+                                             {"Measurement", "CalibrationFile", "/x.yml"},
+                                             {"Measurement", "AdvancedPattern", "ErrorCorrecting"}}) {
+        const int before = entered.size();
+        boxes_.then(enter(group, name, value));
+        press("pushButtonAddExpertSetting");
+        EXPECT_EQ(entered.size(), before + 1) << name;
+    }
 }
 
 TEST_F(ExpertSettings, ADeletedCalibrationFileIsNoneWithApply) {

@@ -12,6 +12,7 @@ TEST_F(PreferencesForm, AreBuiltFromTheirForm) {
     EXPECT_EQ(dialog().objectName(), QStringLiteral("prefsDialog"));
     EXPECT_EQ(dialog().windowTitle(), QStringLiteral("Preferences"));
     EXPECT_FALSE(dialog().isModal());
+    EXPECT_FALSE(dialog().windowFlags() & Qt::WindowContextHelpButtonHint);
     const auto& tabs = part<QTabWidget>("tabWidget");
     const std::pair<const char*, const char*> pages[] = {
         {"tabSettings", "Se&ttings"}, {"tabCamera", "C&amera"}, {"tabGlobal", "&Global"}, {"tabExpert", "&Expert"}};

@@ -1,5 +1,6 @@
 #include "studio/mainwindow/windowfixture.h"
 
+#include "services/recentfilesmenu.h"
 #include "vorta/common/exceptions.h"
 
 #include <QCoreApplication>
@@ -138,6 +139,34 @@ TEST_F(Window, OpenedFileIsRememberedAndListed) {
     EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileOpenFolder", {}), folder_.path());
     window_.close();
     EXPECT_EQ(World::instance().preferences.recentFiles(), QStringList{path("scene.vdf")});
+}
+
+TEST_F(Window, RecentFilesAreOpenedFromTheMenuAndGoneOnesAreLeftOut) {
+    show();
+    grab();
+    auto& preferences = World::instance().preferences;
+    const QString first = path("first.vdf");
+    const QString second = path("a second scene.vdf");
+    for (const QString& file : {first, second})
+        controller_.saveDataFile(file);
+    preferences.setRecentFiles({path("gone.vdf"), first, second});
+
+    MainWindow fresh(controller_);
+    const auto& menu = *fresh.findChild<VortaQt::RecentFilesMenu*>();
+    ASSERT_EQ(menu.files(), QStringList({first, second}));
+    const auto captured = controller_.record();
+    menu.actions().at(1)->trigger();
+    EXPECT_NE(controller_.record(), captured);
+    EXPECT_EQ(menu.files(), QStringList({second, first}));
+
+    ASSERT_TRUE(QFile::remove(first));
+    ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("OK"));
+    menu.actions().at(1)->trigger();
+    EXPECT_EQ(boxes.seen().at(0).text, QStringLiteral("File does not exist: ") + first);
+    EXPECT_EQ(menu.files(), QStringList({second, first})) << "as it was: nothing was opened";
+    fresh.close();
+    EXPECT_EQ(preferences.recentFiles(), QStringList{second});
 }
 
 TEST_F(Window, SettingsRoundTripStartsWhereTheyWereSaved) {

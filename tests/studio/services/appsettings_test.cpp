@@ -181,9 +181,15 @@ TEST_F(AppSettingsTest, doesNotCareInWhichGroupTheObjectStands) {
     settings->beginGroup(QStringLiteral("Elsewhere"));
     settings->setRecentFiles({file});
     settings->saveCameraSettings(Vorta::Settings{});
-    settings->endGroup();
     EXPECT_EQ(stored("GUI/RecentFiles/RecentFile0"), QVariant(file));
     EXPECT_EQ(stored("Settings/Iris"), QVariant(QStringLiteral("31")));
+    EXPECT_EQ(settings->recentFiles(), QStringList{file});
+    store("Settings/Iris", QStringLiteral("7"));
+    store("Internal/Lens/MaxIris", QStringLiteral("40"));
+    Vorta::Settings camera;
+    settings->loadCameraSettings(camera);
+    EXPECT_EQ(camera.getString("Iris"), "7");
+    EXPECT_EQ(camera.getString("Lens/MaxIris"), "40");
 }
 
 class CameraSettingsTest : public AppSettingsTest {

@@ -69,7 +69,7 @@ TEST_F(LogWidgetTest, isATableOfThreeColumns) {
 TEST_F(LogWidgetTest, appendsARowThatCannotBeEdited) {
     const qint64 before = QDateTime::currentSecsSinceEpoch();
     widget.addToLog(LogEvent(Severity::Warning, "too warm"));
-    widget.addToLog(LogEvent(Severity::Trace, "second"));
+    widget.addToLog(LogEvent(Severity::Trace, "Gr\u00fc\u00dfe"));
     const qint64 after = QDateTime::currentSecsSinceEpoch();
     ASSERT_EQ(table.rowCount(), 2);
     const qint64 time = QDateTime::fromString(text(0, 0), Qt::TextDate).toSecsSinceEpoch();
@@ -78,7 +78,7 @@ TEST_F(LogWidgetTest, appendsARowThatCannotBeEdited) {
     EXPECT_EQ(text(0, 1), QStringLiteral("Warning"));
     EXPECT_EQ(text(0, 2), QStringLiteral("too warm"));
     EXPECT_EQ(text(1, 1), QStringLiteral("Trace"));
-    EXPECT_EQ(text(1, 2), QStringLiteral("second"));
+    EXPECT_EQ(text(1, 2), QStringLiteral("Gr\u00fc\u00dfe"));
     for (int column = 0; column < 3; ++column) {
         EXPECT_FALSE(table.item(0, column)->flags() & Qt::ItemIsEditable) << column;
         EXPECT_TRUE(table.item(0, column)->flags() & Qt::ItemIsSelectable) << column;
@@ -146,6 +146,16 @@ TEST_F(LogWidgetTest, copiesASingleCell) {
     select(1, 2);
     QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(clipboard(), QStringLiteral("Message\nmessage 1\n"));
+}
+
+TEST_F(LogWidgetTest, copiesInTheOrderOfTheSelection) {
+    showAndActivate(widget);
+    add(3);
+    for (const int row : {2, 0})
+        QTest::mouseClick(table.viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          table.visualItemRect(table.item(row, 2)).center());
+    QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(clipboard(), QStringLiteral("Message\nmessage 2\nmessage 0\n"));
 }
 
 TEST_F(LogWidgetTest, aLineStartsWithoutTabs) {

@@ -77,12 +77,14 @@ TEST_F(UpdaterInstall, MismatchingDigestEmptiesAnEarlierFile) {
 }
 
 TEST_F(UpdaterInstall, WithoutAChecksumNoInstallerPasses) {
+    const ModalDriver boxes; // nothing is asked
     offer("");
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch);
     updater_.handleLatestChecksum(QByteArray(abcDigest));
     updater_.handleLatestChecksum(std::nullopt);
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch)
         << "the digest of an earlier reply does not count";
+    updater_.handleLatestChecksum(QByteArray(abcDigest));
     EXPECT_NE(thrownBy([this] { updater_.handleLatestChecksum(QByteArray("zz")); }), "nothing was thrown");
     EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }), mismatch);
     EXPECT_EQ(contents(path("1.0.2")), QByteArray());
@@ -146,6 +148,19 @@ TEST_F(UpdaterInstall, NoLeavesTheDialogOnTheInstallPage) {
     EXPECT_EQ(updater_.stack().currentIndex(), 3);
 }
 
+TEST_F(UpdaterInstall, QuestionHasNoDefaultAnswerAndTakesOkForYes) {
+    offer(abcDigest);
+    ModalDriver boxes;
+    boxes.then([](QWidget& widget) {
+        auto& box = dynamic_cast<QMessageBox&>(widget);
+        EXPECT_EQ(box.icon(), QMessageBox::Question);
+        EXPECT_EQ(box.defaultButton(), nullptr);
+        box.done(QMessageBox::Ok);
+    });
+    EXPECT_THAT(thrownBy([this] { updater_.slotInstallUpdate(); }), testing::StartsWith("failed to run"))
+        << "there is no installer";
+}
+
 TEST_F(UpdaterInstall, InstallerThatCannotBeRunIsReported) {
     offer(abcDigest);
     bool quit = false;
@@ -165,6 +180,19 @@ TEST_F(UpdaterInstall, InstallerThatIsGoneIsReported) {
     boxes.thenClick(QStringLiteral("Yes"));
     EXPECT_EQ(thrownBy([this] { updater_.slotInstallUpdate(); }),
               "failed to run" + path("1.0.2").toStdString() + ":\nNo such file or directory");
+}
+
+TEST_F(UpdaterInstall, TemporaryFolderMayHaveAnyLetters) {
+    const QString folder = folder_.filePath(QStringLiteral("J\u00f6rg's files"));
+    ASSERT_TRUE(QDir().mkdir(folder));
+    qputenv("TMPDIR", QFile::encodeName(folder));
+    offer(abcDigest);
+    ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("Yes"));
+    const QString path = folder + QStringLiteral("/VortaSetup_1.0.2.exe");
+    EXPECT_EQ(thrownBy([this] { updater_.handleInstaller(QByteArray("abc")); }),
+              "failed to run" + path.toStdString() + ":\nExec format error");
+    EXPECT_EQ(contents(path), "abc");
 }
 
 TEST_F(UpdaterInstall, YesRunsTheInstallerAndQuits) {
