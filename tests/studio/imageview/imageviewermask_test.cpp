@@ -16,6 +16,7 @@ namespace {
 
 using Vorta::Test::grabFromScreen;
 using Vorta::Test::waitFor;
+using Vorta::Test::widgetPixels;
 
 class MaskViewer : public ViewerFixture {
 protected:
@@ -208,6 +209,8 @@ TEST_F(MaskViewer, RubberBandFollowsTheRectangleAndTheWindow) {
     EXPECT_EQ(band.geometry(), QRect(at(40, 20), at(80, 60)));
     viewer_.resize(400, 400);
     EXPECT_TRUE(waitFor([&] { return band.geometry() == QRect(at(40, 20), at(80, 60)); }));
+    viewer_.setImage(orange(100, 100));
+    EXPECT_EQ(band.geometry(), QRect(at(40, 20), at(80, 60))) << "on another image";
     action("actionSelect_Rectangle").trigger();
     EXPECT_FALSE(band.isVisible());
 }
@@ -219,6 +222,20 @@ TEST_F(MaskViewer, PolygonIsDrawnOverThePicture) {
     EXPECT_TRUE(waitFor([&] { return shown(70, 20) != orangeColor; }));
     action("actionSelect_Polygon").trigger();
     EXPECT_TRUE(becomes(70, 20, orangeColor));
+}
+
+TEST_F(MaskViewer, LineIsDrawnOverThePicture) {
+    action("actionCross_section").trigger();
+    click(40, 20);
+    moveTo(100, 20);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 20) != orangeColor; })) << "while it is drawn";
+    moveTo(100, 80);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 50) != orangeColor; })) << "it follows the mouse";
+    EXPECT_TRUE(becomes(70, 20, orangeColor));
+    click(100, 80);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 50) != orangeColor && shown(70, 20) == orangeColor; })) << "it stays";
+    action("actionCross_section").trigger();
+    EXPECT_TRUE(becomes(70, 50, orangeColor));
 }
 
 TEST_F(MaskViewer, EscapeGivesUpTheSelectionAndThenTheTool) {
@@ -266,7 +283,7 @@ TEST_F(MaskViewer, CrossSectionHasAGapWhereTheImageIsMasked) {
     auto& plot = part<QwtPlot>("crossSectionPlot");
     ASSERT_TRUE(waitFor([&] { return plot.canvas()->isVisible() && !plot.canvas()->grab().isNull(); }));
     const auto drawnAt = [&](double abscissa) {
-        const QImage canvas = plot.canvas()->grab().toImage();
+        const QImage canvas = widgetPixels(plot.canvas()->grab().toImage());
         const int column = static_cast<int>(plot.transform(QwtPlot::xBottom, abscissa));
         for (int row = 0; row < canvas.height(); ++row)
             if (const QColor color = canvas.pixelColor(column, row); color.blue() > color.red() + 50)
