@@ -18,6 +18,10 @@ using Vorta::Test::grabFromScreen;
 using Vorta::Test::waitFor;
 using Vorta::Test::widgetPixels;
 
+constexpr QRgb orangeColor = 0xffff8000;
+// Half of each component and half of the mask's blue: alpha 128 of 255.
+constexpr QRgb blueOnOrange = 0xff7f4080;
+
 class MaskViewer : public ViewerFixture {
 protected:
     void SetUp() override {
@@ -25,6 +29,7 @@ protected:
         viewer_.setImage(orange());
         connect();
         ASSERT_TRUE(waitFor([this] { return label().height() > 100; }));
+        ASSERT_TRUE(becomes(60, 40, orangeColor));
     }
 
     void connect() {
@@ -63,10 +68,6 @@ protected:
     int applied_ = 0;
     cv::Mat_<uchar> mask_; // as last applied
 };
-
-constexpr QRgb orangeColor = 0xffff8000;
-// Half of each component and half of the mask's blue: alpha 128 of 255.
-constexpr QRgb blueOnOrange = 0xff7f4080;
 
 TEST_F(MaskViewer, OneToolAtMostIsOn) {
     for (const char* tool : {"actionSelect_Rectangle", "actionSelect_Polygon", "actionCross_section"}) {
