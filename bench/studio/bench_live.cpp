@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <stdexcept>
@@ -114,7 +115,7 @@ int measureLive(int& argc, char** argv, const QString& head, const QString& file
     if (!head.isEmpty()) {
         settings.set("Camera/SaveImages", "true"); // so that the replay has points to compute for each frame
         controller.setSettings(settings);
-        controller.measure(Vorta::FrameSpec{});
+        controller.measure({.exposureTime = std::chrono::microseconds{10'000}, .iris = 31});
         controller.saveDataFile(file);
     }
     window.close();

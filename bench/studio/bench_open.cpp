@@ -16,6 +16,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <stdexcept>
@@ -71,7 +72,7 @@ void compare(int argc, char** argv) {
     MainWindow window(controller);
     window.show();
     waitUntil([&] { return controller.status().connected; });
-    controller.measure(Vorta::FrameSpec{});
+    controller.measure({.exposureTime = std::chrono::microseconds{10'000}, .iris = 31});
     const QString dataFile = folder.filePath(QStringLiteral("scene.vdf"));
     const QString plyFile = folder.filePath(QStringLiteral("scene.ply"));
     const QString smallFile = folder.filePath(QStringLiteral("small.ply"));

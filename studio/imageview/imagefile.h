@@ -4,8 +4,8 @@
 #include <string>
 
 /// Writes an image (8-bit, one channel or blue, green, red) in the format that the name ends in; `path` is in the local
-/// 8-bit encoding. Returns false when the file cannot be written. Throws cv::Exception for an ending that names no
-/// format and Vorta::IOException when the program's image module is missing.
+/// 8-bit encoding. Returns false when the file cannot be written, also when its ending names no format. Throws
+/// Vorta::IOException when the program's image module is missing.
 ///
 /// The codecs bring more than a hundred libraries with them, so they are loaded with the first image that is written
 /// and not with the program.

@@ -6,5 +6,9 @@
 extern "C" BOOST_SYMBOL_EXPORT bool vortaWriteImage(const char* path, const cv::Mat* image);
 
 bool vortaWriteImage(const char* path, const cv::Mat* image) {
-    return cv::imwrite(path, *image);
+    try {
+        return cv::imwrite(path, *image);
+    } catch (const cv::Exception&) {
+        return false; // the ending names no format; the caller says which file could not be written
+    }
 }

@@ -24,7 +24,8 @@ bool hasScreen() {
 }
 
 /// Directs everything that this process or a program it starts would read or write as the user's preferences into
-/// `folder`, and removes what the caller's desktop would change in the looks of a window.
+/// `folder`, and removes what the caller's desktop would change in the looks of a window. How many physical pixels a
+/// pixel of a widget has is VORTA_TEST_SCALE's, 1 without it.
 void isolateEnvironment(const QString& folder) {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, folder);
@@ -33,6 +34,8 @@ void isolateEnvironment(const QString& folder) {
     for (const char* name : {"QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS",
                              "QT_FONT_DPI", "XDG_CURRENT_DESKTOP", "VORTA_VIRTUAL_HEADS"})
         qunsetenv(name);
+    if (const QByteArray scale = qgetenv("VORTA_TEST_SCALE"); !scale.isEmpty())
+        qputenv("QT_SCALE_FACTOR", scale);
 }
 
 /// The attributes that must stand before the application object; the same as the studio's own.

@@ -31,6 +31,25 @@ TEST(ScreenMain, UsesOurOwnDialogs) {
     EXPECT_TRUE(QApplication::testAttribute(Qt::AA_DontUseNativeDialogs));
 }
 
+TEST(ScreenMain, HasTheScaleOfItsOwnVariable) {
+    const QByteArray asked = qgetenv("VORTA_TEST_SCALE");
+    EXPECT_EQ(qApp->devicePixelRatio(), asked.isEmpty() ? 1.0 : asked.toDouble());
+}
+
+TEST(ScreenMain, TakesTheScaleFromNowhereElse) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("3"));
+    for (const QString& scale : {QString(), QStringLiteral("2")}) {
+        environment.insert(QStringLiteral("VORTA_TEST_SCALE"), scale);
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--gtest_filter=ScreenMain.HasTheScaleOfItsOwnVariable")});
+        ASSERT_TRUE(process.waitForFinished());
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardOutput().constData();
+    }
+}
+
 QProcess& startMyself(QProcess& process, const QStringList& arguments) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY"));

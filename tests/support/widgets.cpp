@@ -69,4 +69,10 @@ QImage grabFromScreen(const QWidget& widget) {
     return screen->grabWindow(0, corner.x(), corner.y(), widget.width(), widget.height()).toImage();
 }
 
+QImage widgetPixels(const QImage& grabbed) {
+    QImage image = grabbed.scaled(grabbed.size() / grabbed.devicePixelRatio());
+    image.setDevicePixelRatio(1.0);
+    return image;
+}
+
 } // namespace Vorta::Test

@@ -44,4 +44,7 @@ bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000);
 /// What the X server shows in the rectangle of `widget`, whatever draws it (OpenGL too), in device pixels.
 QImage grabFromScreen(const QWidget& widget);
 
+/// The same picture with one pixel for each pixel of the widget, whatever the screen's scale.
+QImage widgetPixels(const QImage& grabbed);
+
 } // namespace Vorta::Test

@@ -33,6 +33,17 @@ double meanContrast(const PointCloud& cloud) {
     return sum / static_cast<double>(cloud.size());
 }
 
+TEST(CaptureRequest, AsksForNothingBeforeItIsFilled) {
+    const FrameSpec request;
+    EXPECT_FALSE(request.raw);
+    EXPECT_FALSE(request.live);
+    EXPECT_TRUE(request.alwaysUseMaxBrightness);
+    EXPECT_EQ(request.brightness, 1.0F);
+    EXPECT_EQ(request.exposureTime.count(), 0);
+    EXPECT_EQ(request.iris, 0U);
+    EXPECT_TRUE(request.irisHDRValues.empty());
+}
+
 TEST_F(Capture, HdrOfOneIrisIsRefusedBeforeAnythingIsDone) {
     startConnected();
     const std::string brightness = camera().settings().getString("Brightness");

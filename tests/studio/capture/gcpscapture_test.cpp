@@ -144,6 +144,20 @@ TEST_F(Capturing, LiveStartsAndStops) {
     EXPECT_FALSE(stop().isEnabled());
 }
 
+TEST_F(Capturing, LiveAsksForTheBrightnessThatIsShown) {
+    preferences_.setString("GUI/HDRIris", QStringLiteral("5 20"));
+    preferences_.setBool("GUI/MaxLEDForSingle", true);
+    openConnected();
+    type(led(), "0.25");
+    click(live());
+    EXPECT_TRUE(request_.live);
+    EXPECT_TRUE(request_.alwaysUseMaxBrightness);
+    EXPECT_EQ(request_.brightness, 0.25F) << "the greatest one is for single frames";
+    EXPECT_EQ(cameraText("Brightness"), "0.25");
+    EXPECT_EQ(request_.irisHDRValues, (std::vector<std::uint64_t>{5, 20}));
+    click(stop());
+}
+
 TEST_F(Capturing, ControlMakesTheCaptureRaw) {
     openConnected();
     QTest::keyPress(&grab(), Qt::Key_Control);

@@ -5,12 +5,15 @@
 #include "support/widgets.h"
 
 #include <QFontMetrics>
+#include <QPainter>
+#include <QPixmap>
 #include <gtest/gtest.h>
 
 namespace {
 
 using Vorta::Test::grabFromScreen;
 using Vorta::Test::showAndActivate;
+using Vorta::Test::widgetPixels;
 
 constexpr int shownHeight = 201;
 
@@ -21,8 +24,9 @@ protected:
     QImage shown() {
         legend_.resize(120, shownHeight);
         showAndActivate(legend_);
-        return grabFromScreen(legend_);
+        return shownNow();
     }
+    QImage shownNow() const { return widgetPixels(grabFromScreen(legend_)); }
 
     /// Ink of the labels between two rows.
     static bool hasText(const QImage& image, int top, int bottom) {
@@ -87,12 +91,34 @@ TEST_F(Legend, LabelsStandBesideTheTicks) {
     EXPECT_TRUE(hasText(image, shownHeight - fontHeight, shownHeight));
 }
 
+TEST_F(Legend, LabelsAreTheDepthsOfTheirTicks) {
+    map_.setup(-12.34F, 387.66F, ColorMap::normal);
+    shown();
+    const QImage image = grabFromScreen(legend_);
+    QPixmap expected(image.size());
+    expected.setDevicePixelRatio(image.devicePixelRatio());
+    expected.fill(legend_.palette().color(QPalette::Window));
+    QPainter painter(&expected);
+    painter.setFont(legend_.font());
+    painter.setPen(legend_.palette().color(QPalette::WindowText));
+    const double height = legend_.fontMetrics().height();
+    painter.drawText(QPointF(35, 0.75 * height), QStringLiteral("387.7"));
+    painter.drawText(QPointF(35, 50.25 + height / 4), QStringLiteral("287.7"));
+    painter.drawText(QPointF(35, 100.5 + height / 4), QStringLiteral("187.7"));
+    painter.drawText(QPointF(35, 150.75 + height / 4), QStringLiteral("87.7"));
+    painter.drawText(QPointF(35, 200), QStringLiteral("-12.3"));
+    painter.end();
+    const QRect labels(QPoint(35, 0) * image.devicePixelRatio(), image.rect().bottomRight());
+    EXPECT_TRUE(
+        Vorta::Test::sameImage(image.copy(labels), expected.toImage().copy(labels), QStringLiteral("legendLabels")));
+}
+
 TEST_F(Legend, FollowsTheMap) {
     const QImage before = shown();
     map_.setup(500.0F, 600.0F, ColorMap::blackToWhite);
     legend_.update();
-    ASSERT_TRUE(Vorta::Test::waitFor([&] { return grabFromScreen(legend_) != before; }));
-    const QImage image = grabFromScreen(legend_);
+    ASSERT_TRUE(Vorta::Test::waitFor([&] { return shownNow() != before; }));
+    const QImage image = shownNow();
     EXPECT_LE(distance(image.pixel(10, 1), qRgb(255, 255, 255)), 6);
     EXPECT_LE(distance(image.pixel(10, shownHeight - 2), qRgb(0, 0, 0)), 6);
 }

@@ -12,6 +12,7 @@ namespace {
 using Vorta::Test::grabFromScreen;
 using Vorta::Test::showAndActivate;
 using Vorta::Test::waitFor;
+using Vorta::Test::widgetPixels;
 
 class Label : public testing::Test {
 protected:
@@ -28,6 +29,8 @@ protected:
                 image.setPixel(x, y, qRgb(0, 0, 255));
         return image;
     }
+
+    QImage shown() const { return widgetPixels(grabFromScreen(label_)); }
 
     void moveTo(QPoint point) {
         QMouseEvent event(QEvent::MouseMove, point, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
@@ -51,36 +54,36 @@ TEST_F(Label, StartsEmptyAndDoesNotFollowTheMouse) {
 TEST_F(Label, ShowsTheImageReducedAndCentred) {
     label_.setImage(halves({1200, 400})); // 300 x 100 in the middle of 300 x 200
     showAndActivate(label_);
-    const QImage shown = grabFromScreen(label_);
-    EXPECT_EQ(shown.pixel(10, 60), qRgb(255, 0, 0));
-    EXPECT_EQ(shown.pixel(140, 140), qRgb(255, 0, 0));
-    EXPECT_EQ(shown.pixel(160, 60), qRgb(0, 0, 255));
-    EXPECT_EQ(shown.pixel(10, 48), label_.palette().color(QPalette::Base).rgb());
-    EXPECT_EQ(shown.pixel(10, 152), label_.palette().color(QPalette::Base).rgb());
+    const QImage picture = shown();
+    EXPECT_EQ(picture.pixel(10, 60), qRgb(255, 0, 0));
+    EXPECT_EQ(picture.pixel(140, 140), qRgb(255, 0, 0));
+    EXPECT_EQ(picture.pixel(160, 60), qRgb(0, 0, 255));
+    EXPECT_EQ(picture.pixel(10, 48), label_.palette().color(QPalette::Base).rgb());
+    EXPECT_EQ(picture.pixel(10, 152), label_.palette().color(QPalette::Base).rgb());
 }
 
 TEST_F(Label, ShowsTheImageEnlargedAndSmooth) {
     label_.setImage(halves({2, 2})); // 200 x 200 from x = 50
     showAndActivate(label_);
-    const QImage shown = grabFromScreen(label_);
-    EXPECT_EQ(shown.pixel(60, 100), qRgb(255, 0, 0));
-    EXPECT_EQ(shown.pixel(240, 100), qRgb(0, 0, 255));
-    const QRgb between = shown.pixel(150, 100);
+    const QImage picture = shown();
+    EXPECT_EQ(picture.pixel(60, 100), qRgb(255, 0, 0));
+    EXPECT_EQ(picture.pixel(240, 100), qRgb(0, 0, 255));
+    const QRgb between = picture.pixel(150, 100);
     EXPECT_GT(qRed(between), 60);
     EXPECT_GT(qBlue(between), 60);
-    EXPECT_EQ(shown.pixel(40, 100), label_.palette().color(QPalette::Base).rgb());
+    EXPECT_EQ(picture.pixel(40, 100), label_.palette().color(QPalette::Base).rgb());
 }
 
 TEST_F(Label, FollowsItsSizeAndNewImages) {
     label_.setImage(halves({1200, 400}));
     showAndActivate(label_);
     label_.resize(150, 200); // now 150 x 50
-    ASSERT_TRUE(waitFor([this] { return grabFromScreen(label_).pixel(10, 60) == qRgb(255, 255, 255); }));
-    EXPECT_EQ(grabFromScreen(label_).pixel(10, 100), qRgb(255, 0, 0));
+    ASSERT_TRUE(waitFor([this] { return shown().pixel(10, 60) == qRgb(255, 255, 255); }));
+    EXPECT_EQ(shown().pixel(10, 100), qRgb(255, 0, 0));
     QImage green(1200, 400, QImage::Format_RGB888);
     green.fill(qRgb(0, 255, 0));
     label_.setImage(green);
-    EXPECT_TRUE(waitFor([this] { return grabFromScreen(label_).pixel(10, 100) == qRgb(0, 255, 0); }));
+    EXPECT_TRUE(waitFor([this] { return shown().pixel(10, 100) == qRgb(0, 255, 0); }));
 }
 
 TEST_F(Label, TellsWhereTheMouseIsOnTheImage) {

@@ -69,6 +69,16 @@ TEST_F(Selection, PolygonIsClosedByTheRightButton) {
     EXPECT_EQ(selection_.polygon(), QPolygon(QVector<QPoint>{{10, 10}, {30, 10}, {10, 30}, {10, 10}}));
 }
 
+TEST_F(Selection, RightClickWithoutAPolygonInProgressChangesNothing) {
+    drawTriangle();
+    selection_.pressRight({40, 35});
+    EXPECT_EQ(selection_.polygon(), QPolygon(QVector<QPoint>{{10, 10}, {30, 10}, {10, 30}, {10, 10}}));
+    selection_.choose(Mode::Polygon);
+    selection_.pressRight({40, 35});
+    EXPECT_TRUE(selection_.polygon().isEmpty());
+    EXPECT_FALSE(selection_.isDrawing());
+}
+
 TEST_F(Selection, PolygonsLastPointFollowsTheMouse) {
     selection_.choose(Mode::Polygon);
     selection_.press({1, 1});

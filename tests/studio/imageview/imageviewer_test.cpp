@@ -4,6 +4,7 @@
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 
+#include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -102,6 +103,19 @@ TEST_F(Viewer, RefusesImagesOfOtherTypes) {
         FAIL() << "accepted";
     } catch (const Vorta::ArgumentInvalidException& e) {
         EXPECT_STREQ(e.what(), "Image format not recognized. Invalid parameter: mat = 'CV_32FC1'");
+    }
+}
+
+TEST_F(Viewer, SaysOfARefusedImageThatItsTypeIsUnknown) {
+    EXPECT_THROW(viewer_.setImage(cv::Mat(2, 3, CV_16UC1, cv::Scalar(1))), Vorta::ArgumentInvalidException);
+    viewer_.updateMousePosition(2, 1);
+    EXPECT_EQ(message(), QStringLiteral("X:2 Y:1 Unknown data type "));
+    try {
+        viewer_.updateCrossSection(QLine(0, 0, 2, 0));
+        FAIL() << "accepted";
+    } catch (const Vorta::ArgumentInvalidException& e) {
+        EXPECT_STREQ(e.what(), "Could not update cross section. Unsupported image type. Invalid parameter: m_mat = "
+                               "'CV_16UC1'");
     }
 }
 
@@ -269,6 +283,7 @@ TEST_P(SavedImage, HasTheMeasuredPixels) {
     boxes.then([&, wanted = QLatin1String(filter)](QWidget& box) {
         auto& dialog = dynamic_cast<QFileDialog&>(box);
         EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Save image"));
+        EXPECT_EQ(dialog.directory(), QDir::current());
         EXPECT_EQ(dialog.nameFilters().join(QStringLiteral(";;")),
                   QStringLiteral("PNG image (*.png);;JPEG image (*.png);;BMP image (*.bmp)"));
         dialog.selectNameFilter(wanted);
@@ -298,12 +313,21 @@ TEST_F(Viewer, CancelledSaveDoesNothing) {
 }
 
 TEST_F(Viewer, FailedSaveIsLoggedWithTheFilesName) {
+    const QTemporaryDir folder;
     std::vector<std::string> messages;
     Vorta::Log::setCallback([&](const Vorta::Log::Event& event) { messages.push_back(event.getMessage()); });
+    const std::string noFormat = folder.filePath(QStringLiteral("a.nosuchformat")).toStdString();
     viewer_.setImage(orange(7, 5));
     viewer_.saveImage("/no such folder/a.png");
+    EXPECT_NO_THROW(viewer_.saveImage(noFormat));
+    viewer_.setDepthImage(cv::Mat_<float>(2, 2, 5.0F), 5.0F, 5.0F);
+    viewer_.saveImage("/no such folder/b.png");
+    viewer_.saveImage(noFormat);
     Vorta::Log::setCallback({});
-    EXPECT_EQ(messages, std::vector<std::string>{"The image could not be written to '/no such folder/a.png'"});
+    EXPECT_THAT(messages, testing::ElementsAre("The image could not be written to '/no such folder/a.png'",
+                                               "The image could not be written to '" + noFormat + "'",
+                                               "The image could not be written to '/no such folder/b.png'",
+                                               "The image could not be written to '" + noFormat + "'"));
 }
 
 TEST(Module, MissingOnesAreNamed) {

@@ -1,4 +1,5 @@
 #include "studio/imageview/viewerfixture.h"
+#include "support/imagecompare.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -11,6 +12,9 @@
 #include <limits>
 
 namespace {
+
+using Vorta::Test::grabFromScreen;
+using Vorta::Test::waitFor;
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr QRgb blue = 0xFF0000FF;
@@ -96,6 +100,30 @@ TEST_F(DepthViewer, NewRangeReachesThePixelsWithTheNextFrame) {
     EXPECT_EQ(pixel(2, 0), red);
     EXPECT_EQ(pixel(3, 0), red);
     expectRange(500.0, 900.0);
+}
+
+TEST_F(DepthViewer, LegendShowsARangeAtOnce) {
+    show();
+    viewer_.setDepthImage(depths(), 600.0F, 700.0F);
+    const auto& legend = part("colorMapLegend");
+    QImage before = grabFromScreen(legend);
+    const auto becomesAnother = [&] {
+        const bool changed = waitFor([&] { return grabFromScreen(legend) != before; });
+        before = grabFromScreen(legend);
+        return changed;
+    };
+    ASSERT_TRUE(waitFor([&] { return Vorta::Test::countColours(before = grabFromScreen(legend)) > 100; }));
+    viewer_.setDepthImage(depths(), 500.0F, 900.0F);
+    EXPECT_TRUE(becomesAnother()) << "a frame's range";
+    minimum().setValue(520.0);
+    EXPECT_TRUE(becomesAnother()) << "the user's";
+    depthMap().setCurrentIndex(1);
+    EXPECT_TRUE(becomesAnother());
+    EXPECT_EQ(qRed(before.pixel(before.devicePixelRatio() * QPoint(10, 20))),
+              qBlue(before.pixel(before.devicePixelRatio() * QPoint(10, 20))))
+        << "grey";
+    viewer_.updateDepthRange(100.0F, 200.0F);
+    EXPECT_TRUE(becomesAnother()) << "a caller's";
 }
 
 TEST_F(DepthViewer, FramesWithoutPositiveDepthLeaveTheRange) {

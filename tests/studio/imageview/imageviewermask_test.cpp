@@ -16,6 +16,11 @@ namespace {
 
 using Vorta::Test::grabFromScreen;
 using Vorta::Test::waitFor;
+using Vorta::Test::widgetPixels;
+
+constexpr QRgb orangeColor = 0xffff8000;
+// Half of each component and half of the mask's blue: alpha 128 of 255.
+constexpr QRgb blueOnOrange = 0xff7f4080;
 
 class MaskViewer : public ViewerFixture {
 protected:
@@ -24,6 +29,7 @@ protected:
         viewer_.setImage(orange());
         connect();
         ASSERT_TRUE(waitFor([this] { return label().height() > 100; }));
+        ASSERT_TRUE(becomes(60, 40, orangeColor));
     }
 
     void connect() {
@@ -62,10 +68,6 @@ protected:
     int applied_ = 0;
     cv::Mat_<uchar> mask_; // as last applied
 };
-
-constexpr QRgb orangeColor = 0xffff8000;
-// Half of each component and half of the mask's blue: alpha 128 of 255.
-constexpr QRgb blueOnOrange = 0xff7f4080;
 
 TEST_F(MaskViewer, OneToolAtMostIsOn) {
     for (const char* tool : {"actionSelect_Rectangle", "actionSelect_Polygon", "actionCross_section"}) {
@@ -208,6 +210,8 @@ TEST_F(MaskViewer, RubberBandFollowsTheRectangleAndTheWindow) {
     EXPECT_EQ(band.geometry(), QRect(at(40, 20), at(80, 60)));
     viewer_.resize(400, 400);
     EXPECT_TRUE(waitFor([&] { return band.geometry() == QRect(at(40, 20), at(80, 60)); }));
+    viewer_.setImage(orange(100, 100));
+    EXPECT_EQ(band.geometry(), QRect(at(40, 20), at(80, 60))) << "on another image";
     action("actionSelect_Rectangle").trigger();
     EXPECT_FALSE(band.isVisible());
 }
@@ -219,6 +223,20 @@ TEST_F(MaskViewer, PolygonIsDrawnOverThePicture) {
     EXPECT_TRUE(waitFor([&] { return shown(70, 20) != orangeColor; }));
     action("actionSelect_Polygon").trigger();
     EXPECT_TRUE(becomes(70, 20, orangeColor));
+}
+
+TEST_F(MaskViewer, LineIsDrawnOverThePicture) {
+    action("actionCross_section").trigger();
+    click(40, 20);
+    moveTo(100, 20);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 20) != orangeColor; })) << "while it is drawn";
+    moveTo(100, 80);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 50) != orangeColor; })) << "it follows the mouse";
+    EXPECT_TRUE(becomes(70, 20, orangeColor));
+    click(100, 80);
+    EXPECT_TRUE(waitFor([&] { return shown(70, 50) != orangeColor && shown(70, 20) == orangeColor; })) << "it stays";
+    action("actionCross_section").trigger();
+    EXPECT_TRUE(becomes(70, 50, orangeColor));
 }
 
 TEST_F(MaskViewer, EscapeGivesUpTheSelectionAndThenTheTool) {
@@ -266,7 +284,7 @@ TEST_F(MaskViewer, CrossSectionHasAGapWhereTheImageIsMasked) {
     auto& plot = part<QwtPlot>("crossSectionPlot");
     ASSERT_TRUE(waitFor([&] { return plot.canvas()->isVisible() && !plot.canvas()->grab().isNull(); }));
     const auto drawnAt = [&](double abscissa) {
-        const QImage canvas = plot.canvas()->grab().toImage();
+        const QImage canvas = widgetPixels(plot.canvas()->grab().toImage());
         const int column = static_cast<int>(plot.transform(QwtPlot::xBottom, abscissa));
         for (int row = 0; row < canvas.height(); ++row)
             if (const QColor color = canvas.pixelColor(column, row); color.blue() > color.red() + 50)

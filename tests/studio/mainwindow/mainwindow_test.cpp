@@ -94,7 +94,7 @@ TEST_F(Window, FailedCaptureLeavesTheCursorAndTheRecordAlone) {
     grab();
     const auto record = controller_.record();
     heads_.unplug("T-1");
-    EXPECT_ANY_THROW(controller_.measure(FrameSpec{}));
+    EXPECT_ANY_THROW(controller_.measure(spec()));
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
     EXPECT_EQ(controller_.record(), record);
 }
@@ -138,9 +138,9 @@ TEST_F(Window, HdrFillsTheViews) {
     auto& cameraImage = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
     const QImage before = Vorta::Test::grabFromScreen(cameraImage);
     const QImage viewBefore = Vorta::Test::grabFromScreen(*window_.centralWidget());
-    FrameSpec spec;
-    spec.irisHDRValues = {31, 12};
-    controller_.measure(spec);
+    FrameSpec request = spec();
+    request.irisHDRValues = {31, 12};
+    controller_.measure(request);
     EXPECT_TRUE(action("actionSave").isEnabled());
     EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
     EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));

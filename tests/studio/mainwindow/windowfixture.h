@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 
+#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -32,6 +33,9 @@ protected:
         action("actionGrab").trigger();
         ASSERT_TRUE(controller_.record());
     }
+
+    /// A single capture as bright as the head's defaults make it.
+    static FrameSpec spec() { return {.exposureTime = std::chrono::microseconds{10'000}, .iris = 31}; }
 
     QAction& action(const char* name) { return Vorta::Test::find<QAction>(window_, QLatin1String(name)); }
     QString path(const char* name) const { return folder_.filePath(QString::fromUtf8(name)); }

@@ -106,6 +106,20 @@ TEST_F(View, LoadingWithoutResetKeepsTheView) {
     EXPECT_TRUE(scene_.comesToShow(initial));
 }
 
+TEST_F(View, ACloudWithItsGridKeepsTheViewToo) {
+    view_.loadPoints(makeFlag(), true);
+    ASSERT_TRUE(scene_.comesToShow(150, 200, red));
+    const QImage initial = scene_.screen();
+    drag(view_, Qt::LeftButton, {300, 200}, {400, 230});
+    ASSERT_TRUE(waitFor([&] { return differingPixels(scene_.screen(), initial) > 10'000; }));
+    const QImage turned = scene_.screen();
+    view_.loadPoints(makeFlag(), false);
+    view_.render();
+    EXPECT_TRUE(scene_.comesToShow(turned));
+    view_.loadPoints(makeFlag(), true);
+    EXPECT_TRUE(scene_.comesToShow(initial));
+}
+
 TEST_F(View, UpdatedPointsAreShown) {
     load(makeFlag(), true);
     ASSERT_TRUE(scene_.comesToShow(150, 200, red));
@@ -202,6 +216,10 @@ TEST_F(View, InitialCloudShowsAnEmptyTable) {
     // Ruled, not filled.
     EXPECT_GT(lines, 600 * 400 / 100);
     EXPECT_LT(lines, 600 * 400 / 4);
+    drag(view_, Qt::LeftButton, {300, 200}, {400, 230});
+    ASSERT_TRUE(waitFor([&] { return scene_.screen() != screen; }));
+    view_.setupInitialCloud();
+    EXPECT_TRUE(scene_.comesToShow(screen)) << "in the initial view, whatever the user's was";
 }
 
 TEST_F(View, ResizeAnsweredFalseDoesNotRender) {
