@@ -78,11 +78,10 @@ void click(QWidget& box, const QString& name) {
 }
 
 void pressEscape(QWidget& box) {
-    // Until the window manager has made the box active, the key would be a shortcut of the window behind it.
-    if (box.isActiveWindow())
-        QTest::keyClick(&box, Qt::Key_Escape);
-    else
-        QTimer::singleShot(pollIntervalMs, &box, [&box] { pressEscape(box); });
+    // Straight to the box: as long as the window manager has not made it active, the key would be a shortcut of the
+    // window behind it, and a box that is opened again at once may never become active.
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(&box, &press);
 }
 
 void chooseFile(QWidget& box, const QString& path) {
