@@ -3,6 +3,7 @@
 #include "app/studio.h"
 #include "camera/vortainterface.h"
 #include "mainwindow/mainwindow.h"
+#include "services/messagebox.h"
 #include "vorta/api/application.h"
 #include "vorta/viewer/vortaviewer.h"
 
@@ -56,8 +57,8 @@ void showAlreadyRunning(int& argc, char** argv) {
 
 void showFatalError(int& argc, char** argv, const char* message) {
     const QApplication application(argc, argv);
-    QMessageBox::critical(nullptr, QStringLiteral("An exception occurred"), QString::fromLocal8Bit(message),
-                          QMessageBox::Ok);
+    VortaQt::showMessage(QMessageBox::Critical, nullptr, QStringLiteral("An exception occurred"),
+                         QString::fromLocal8Bit(message));
 }
 
 } // namespace Vorta

@@ -4,12 +4,11 @@
 #include "resources/applicationicon.h"
 #include "services/appsettings.h"
 #include "services/loghandler.h"
+#include "services/messagebox.h"
 #include "vorta/api/application.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
 #include "vorta/common/serialization.h"
-
-#include <QMessageBox>
 
 #include <exception>
 #include <sstream>
@@ -86,10 +85,8 @@ bool Studio::notify(QObject* receiver, QEvent* event) {
 }
 
 void Studio::reportException(const QString& message) {
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("An exception occurred"), message, QMessageBox::Ok,
-                    QApplication::activeWindow());
-    box.setTextFormat(Qt::PlainText); // it may quote a file or a server
-    box.exec();
+    VortaQt::showMessage(QMessageBox::Warning, QApplication::activeWindow(), QStringLiteral("An exception occurred"),
+                         message);
 }
 
 } // namespace Vorta

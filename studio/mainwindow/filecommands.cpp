@@ -4,11 +4,11 @@
 #include "camera/waitcursor.h"
 #include "export/pointcloudwriters.h"
 #include "services/appsettings.h"
+#include "services/messagebox.h"
 #include "vorta/common/exceptions.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QMessageBox>
 
 #include <exception>
 #include <string>
@@ -135,5 +135,5 @@ void FileCommands::saveSettings() {
 }
 
 void FileCommands::reportError(const QString& title, const QString& text) {
-    QMessageBox::critical(&window_, title, text, QMessageBox::Ok);
+    VortaQt::showMessage(QMessageBox::Critical, &window_, title, text);
 }

@@ -9,6 +9,7 @@
 #include "services/appsettings.h"
 #include "services/loghandler.h"
 #include "services/logwidget.h"
+#include "services/messagebox.h"
 #include "services/recentfilesmenu.h"
 #include "services/updaterwidget.h"
 #include "settings/settingswidget.h"
@@ -23,7 +24,6 @@
 #include <QDragEnterEvent>
 #include <QLabel>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QTimer>
 #include <QToolBar>
@@ -425,9 +425,9 @@ void MainWindow::slotSetBackgroundColor() {
 }
 
 void MainWindow::slotShowMessage(const QString& title, const QString& text) {
-    QMessageBox::information(this, title, text, QMessageBox::Ok);
+    VortaQt::showMessage(QMessageBox::Information, this, title, text);
 }
 
 void MainWindow::slotShowWarning(const QString& title, const QString& text) {
-    QMessageBox::warning(this, title, text, QMessageBox::Ok);
+    VortaQt::showMessage(QMessageBox::Warning, this, title, text);
 }

@@ -11,6 +11,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <utility>
@@ -33,15 +35,24 @@ QString labelTexts(const QWidget& box) {
     return texts.join(QLatin1Char('\n'));
 }
 
+/// Without the tags of a text that is drawn as rich text.
+QString drawnText(const QMessageBox& box) {
+    const bool rich =
+        box.textFormat() == Qt::RichText || (box.textFormat() == Qt::AutoText && Qt::mightBeRichText(box.text()));
+    return rich ? QTextDocumentFragment::fromHtml(box.text()).toPlainText() : box.text();
+}
+
 ModalDriver::Box read(const QWidget& box) {
     ModalDriver::Box seen;
     seen.objectName = box.objectName();
     seen.title = box.windowTitle();
     seen.parent = box.parentWidget();
     const auto* message = qobject_cast<const QMessageBox*>(&box);
-    seen.text = message ? message->text() : labelTexts(box);
-    if (message)
+    seen.text = message ? drawnText(*message) : labelTexts(box);
+    if (message) {
         seen.informativeText = message->informativeText();
+        seen.icon = message->icon();
+    }
     for (const QAbstractButton* button : box.findChildren<QAbstractButton*>()) {
         if (button->isVisible() && !button->text().isEmpty())
             seen.buttons << withoutMnemonic(button->text());
@@ -78,11 +89,10 @@ void click(QWidget& box, const QString& name) {
 }
 
 void pressEscape(QWidget& box) {
-    // Until the window manager has made the box active, the key would be a shortcut of the window behind it.
-    if (box.isActiveWindow())
-        QTest::keyClick(&box, Qt::Key_Escape);
-    else
-        QTimer::singleShot(pollIntervalMs, &box, [&box] { pressEscape(box); });
+    // Straight to the box: as long as the window manager has not made it active, the key would be a shortcut of the
+    // window behind it, and a box that is opened again at once may never become active.
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(&box, &press);
 }
 
 void chooseFile(QWidget& box, const QString& path) {

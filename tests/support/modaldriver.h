@@ -1,6 +1,7 @@
 // Answers the modal boxes that the code under test opens, as a person would: reads title and text, clicks a button.
 #pragma once
 
+#include <QMessageBox>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -27,11 +28,12 @@ public:
     /// What a person could read in a box when it appeared.
     struct Box {
         QString objectName;
-        QString title;           ///< window title
-        QString text;            ///< a message box's text, else the texts of all labels, one a line
-        QString informativeText; ///< a message box's second text
-        QStringList buttons;     ///< texts of the visible buttons, without "&"
-        QString defaultButton;   ///< text of the button that Return presses, without "&"
+        QString title; ///< window title
+        QString text;  ///< a message box's text as it is drawn, else the texts of all labels, one a line
+        QMessageBox::Icon icon = QMessageBox::NoIcon; ///< a message box's kind
+        QString informativeText;                      ///< a message box's second text
+        QStringList buttons;                          ///< texts of the visible buttons, without "&"
+        QString defaultButton;                        ///< text of the button that Return presses, without "&"
         QPointer<QWidget> parent;
     };
 

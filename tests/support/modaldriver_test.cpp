@@ -24,6 +24,19 @@ TEST(ModalDriver, ReadsAndAnswersAMessageBox) {
     EXPECT_EQ(boxes.seen()[0].buttons, (QStringList{QStringLiteral("Yes"), QStringLiteral("No")}));
     EXPECT_EQ(boxes.seen()[0].defaultButton, QStringLiteral("Yes"));
     EXPECT_EQ(boxes.seen()[0].parent, &parent);
+    EXPECT_EQ(boxes.seen()[0].icon, QMessageBox::Question);
+}
+
+TEST(ModalDriver, ReadsWhatIsDrawnOfAText) {
+    ModalDriver boxes;
+    boxes.thenClick(QStringLiteral("OK")).thenClick(QStringLiteral("OK"));
+    QMessageBox box(QMessageBox::Information, QStringLiteral("File"), QStringLiteral("<b>a</b> &lt; b"));
+    box.exec();
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
+    ASSERT_EQ(boxes.seen().size(), 2U);
+    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("a < b"));
+    EXPECT_EQ(boxes.seen()[1].text, QStringLiteral("<b>a</b> &lt; b"));
 }
 
 TEST(ModalDriver, AnswersTheSameDialogEachTimeItIsOpened) {

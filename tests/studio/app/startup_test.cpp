@@ -99,9 +99,9 @@ TEST_F(Startup, StartsAgainRightAfterACrash) {
 }
 
 TEST_F(Startup, MissingFileIsReportedAndTheProgramGoesOn) {
-    StudioProcess studio(home_.path(), {path("missing.vdf")});
+    StudioProcess studio(home_.path(), {path("&lt;missing.vdf")});
     EXPECT_EQ(studio.waitForLine("box"),
-              "box File Open Error|File does not exist: " + path("missing.vdf").toUtf8() + "|OK");
+              "box File Open Error|File does not exist: " + path("&lt;missing.vdf").toUtf8() + "|OK");
     studio.command("accept");
     EXPECT_EQ(studio.waitForLine("connected"), "connected");
     studio.command("quit");
@@ -109,7 +109,7 @@ TEST_F(Startup, MissingFileIsReportedAndTheProgramGoesOn) {
 }
 
 TEST_F(Startup, FileOfAnotherKindEndsStartUpWithABox) {
-    const QString file = fileWithText("notes.txt");
+    const QString file = fileWithText("&lt;notes.txt"); // to be shown letter by letter
     StudioProcess studio(home_.path(), {file});
     EXPECT_EQ(studio.waitForLine("box"),
               "box An exception occurred|Unsupported file type. Invalid parameter: fileName = '" + file.toUtf8() +
@@ -149,6 +149,25 @@ TEST_F(Startup, ExceptionInAHandlerIsShownOnceAndTheProgramGoesOn) {
     studio.command("quit");
     EXPECT_EQ(studio.exitCode(), 0);
     EXPECT_EQ(studio.count("box"), 2);
+}
+
+TEST_F(Startup, StoredLogThresholdDecidesWhatIsLoggedFromTheBeginning) {
+    struct Case {
+        const char* line;
+        bool logsInformation;
+    };
+    // Without a threshold the library's own level stays, which lets information through.
+    for (const Case& stored : {Case{"Unrelated=1", true}, Case{"LogThreshold=", true}, Case{"LogThreshold=Debug", true},
+                               Case{"LogThreshold=Warning", false}}) {
+        storePreference("GUI", stored.line);
+        StudioProcess studio(home_.path());
+        ASSERT_EQ(studio.waitForLine("connected"), "connected");
+        studio.command("show tableWidget");
+        EXPECT_EQ(studio.waitForLine("tableWidget: ").contains("Using camera driver: "), stored.logsInformation)
+            << stored.line;
+        studio.command("quit");
+        EXPECT_EQ(studio.exitCode(), 0);
+    }
 }
 
 TEST_F(Startup, UnknownLogThresholdDoesNotKeepTheProgramFromStarting) {

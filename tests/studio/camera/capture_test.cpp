@@ -85,8 +85,11 @@ TEST_F(Capture, HdrCapturesOnceWithEachIrisInOrder) {
     EXPECT_EQ(camera().settings().getString("Brightness"), "0.75");
     EXPECT_EQ(camera().settings().getString("ExposureTime"), "9000");
 
+    const auto earlier = controller_->record();
     controller_->measure(hdrSpec({30, 8}));
     EXPECT_EQ(records_->count(), 3) << "later ones need no single capture before";
+    EXPECT_NE(controller_->record(), earlier);
+    EXPECT_TRUE(earlier->pointCloud().sharesDataWith(combined)) << "whoever still holds it sees the same points";
 }
 
 TEST_F(Capture, OneIrisInTheListMakesASingleCapture) {
@@ -128,6 +131,15 @@ TEST_F(Capture, RawDeliversWhatTheProjectorShowed) {
     EXPECT_GT(cloud(75, 160).x, cloud(75, 121).x + 39.0F) << "there are several projector columns to a pixel";
     EXPECT_EQ(camera().settings().getString("Measurement/ApplyCalibration"), "true");
     EXPECT_EQ(camera().settings().getString("Brightness"), "0.75");
+}
+
+TEST_F(Capture, FrameThatTheCameraDeliversByItselfBecomesTheRecord) {
+    startConnected();
+    controller_->slotHandleMeasurementUpdated(camera().capture());
+    ASSERT_EQ(records_->count(), 1);
+    EXPECT_EQ(clouds_, 1);
+    EXPECT_NEAR(controller_->record()->minZ(), 700.0, 5.0);
+    EXPECT_NO_THROW(controller_->saveDataFile(path("a.vdf"))) << "it is the present frame";
 }
 
 TEST_F(Capture, FailedRawCaptureLeavesTheCalibrationOn) {

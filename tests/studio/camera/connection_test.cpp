@@ -80,6 +80,7 @@ TEST_F(Connection, LossIsNoticedByThePollTimerItself) {
     EXPECT_TRUE(waitFor([this] { return infos_->count() == 1; }, 20'000));
     EXPECT_FALSE(controller_->status().connected);
     EXPECT_EQ(log.count("The camera does not answer any more"), 1);
+    EXPECT_EQ(log.count("Disconnected from camera 'T-1'"), 1) << "it was open when it was lost";
     heads_.plug({.serialNumber = "T-1"});
     EXPECT_TRUE(becomesConnected());
 }

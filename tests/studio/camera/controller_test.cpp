@@ -2,17 +2,43 @@
 #include "support/modaldriver.h"
 #include "vorta/common/exceptions.h"
 
+#include <QMetaMethod>
+
 #include <cmath>
 #include <cstring>
+#include <gmock/gmock.h>
+#include <string>
+#include <vector>
 
 namespace {
 
 using namespace Vorta;
 
+using Vorta::Test::LoggedTexts;
+
 class Controller : public Vorta::Test::ControllerTest {};
 
+TEST_F(Controller, SignalsAndSlotsStandInTheirOrder) {
+    std::vector<std::string> signatures;
+    const QMetaObject& meta = VortaInterface::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        signatures.push_back(meta.method(i).methodSignature().toStdString());
+    EXPECT_THAT(signatures, testing::ElementsAre(
+                                "statusChanged(Vorta::CameraStatus)", "settingsChanged(Settings)",
+                                "deviceCloudUpdated(Vorta::DeviceCloud)", "measurementUpdated(Vorta::Frame)",
+                                "deviceCloudsUpdatedHDR(QList<Vorta::DeviceCloud>,PointCloud)",
+                                "pointCloudDataUpdated(std::shared_ptr<Vorta::CloudWithImagesAndMask>)",
+                                "infoMessage(QString,QString)", "warningMessage(QString,QString)",
+                                "temporaryStatusMessage(QString)", "settingsLoaded(Settings)",
+                                "slotHandleMaskUpdate(cv::Mat_<uchar>&)", "slotHandleCameraInitialized()",
+                                "slotHandleCameraInitializationFailed(QString)", "slotHandleFirstCameraConnected()",
+                                "slotHandleCameraPollTimer()", "slotHandleMeasurementUpdated(Vorta::Frame)"));
+}
+
 TEST_F(Controller, ConnectsThePluggedInHeadWithoutAWord) {
+    LoggedTexts log(application_);
     start();
+    EXPECT_EQ(log.count("Using camera driver: '" VORTA_BIN_DIR "/VortaCameraToshibaTeli.dll'"), 1);
     EXPECT_FALSE(controller_->status().connected) << "connecting runs on a thread of its own";
     EXPECT_TRUE(becomesConnected());
     EXPECT_EQ(infos_->count(), 0);
@@ -103,12 +129,15 @@ TEST_F(Controller, SavedDataFileComesBackAsRecordWithItsMaskApplied) {
 TEST_F(Controller, UsersMaskReplacesTheAutomaticOne) {
     start();
     ASSERT_TRUE(becomesConnected());
-    controller_->measure(spec());
     cv::Mat_<uchar> mask(150, 243, uchar{0});
     mask(75, 121) = 5;
     controller_->slotHandleMaskUpdate(mask);
-    EXPECT_EQ(records_->count(), 2);
+    EXPECT_EQ(records_->count(), 0) << "there is nothing to mask yet";
+    controller_->measure(spec());
     const auto record = controller_->record();
+    controller_->slotHandleMaskUpdate(mask);
+    EXPECT_EQ(records_->count(), 2);
+    EXPECT_EQ(controller_->record(), record) << "it is the same one";
     EXPECT_TRUE(std::isnan(record->maskedPointCloud()(75, 121).z));
     EXPECT_EQ(record->maskedPointCloud()(75, 122).z, record->pointCloud()(75, 122).z);
     EXPECT_FALSE(std::isnan(record->pointCloud()(75, 121).z)) << "the measured cloud never changes";
@@ -174,6 +203,26 @@ TEST_F(Controller, SettingsFileIsAppliedAndAnnounced) {
     EXPECT_EQ(controller_->settings().getString("Iris"), "12");
     controller_->saveSettings(folder_.filePath(QStringLiteral("t.yml")));
     EXPECT_EQ(Settings(folder_.filePath(QStringLiteral("t.yml")).toStdString()).getString("Iris"), "12");
+}
+
+TEST_F(Controller, QuietSettingsAreStoredAndAppliedWithoutAWord) {
+    startConnected();
+    const QSignalSpy changed(controller_.get(), &VortaInterface::settingsChanged);
+    Settings wanted;
+    wanted.set("Iris", "12");
+    controller_->setSettingsQuietly(wanted);
+    EXPECT_EQ(changed.count(), 0);
+    EXPECT_EQ(camera().settings().getString("Iris"), "12");
+    Settings stored;
+    preferences_.loadCameraSettings(stored);
+    EXPECT_EQ(stored.getString("Iris"), "12");
+
+    wanted.set("Iris", "13");
+    controller_->setSettings(wanted);
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(camera().settings().getString("Iris"), "13");
+    preferences_.loadCameraSettings(stored);
+    EXPECT_EQ(stored.getString("Iris"), "12") << "these last as long as the program";
 }
 
 TEST_F(Controller, StoredSettingsAreTheControllersAtStart) {

@@ -57,7 +57,15 @@ TEST(Actions, CarryTheirTexts) {
     EXPECT_FALSE(mesh.isChecked());
     QAction colors;
     Actions::configure(colors, Actions::Id::DisplayRgb);
+    EXPECT_EQ(colors.iconText(), QStringLiteral("Colors"));
     EXPECT_TRUE(colors.isChecked());
+    QAction background;
+    Actions::configure(background, Actions::Id::BackgroundColor);
+    EXPECT_EQ(background.iconText(), QStringLiteral("Background"));
+    EXPECT_EQ(background.toolTip(), QStringLiteral("Set background color"));
+    QAction reset;
+    Actions::configure(reset, Actions::Id::ResetView);
+    EXPECT_EQ(reset.iconText(), QStringLiteral("Reset"));
 }
 
 TEST(Actions, ExitTakesAltAndThenF4) {

@@ -111,12 +111,32 @@ TEST_F(Window, SaveUnderANameWithoutEndingWritesNothing) {
     EXPECT_EQ(boxes.seen()[1].text,
               QStringLiteral("Please specify a filename with one of the valid filename extensions."));
     EXPECT_FALSE(QFile::exists(path("name")));
+    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileSaveFolder", {}), QString());
+}
+
+TEST_F(Window, FileThatIsLeftFromBeforeStaysAndItsFolderIsRemembered) {
+    QFile file(path("name"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("kept");
+    file.close();
+    show();
+    grab();
+    ModalDriver boxes;
+    boxes.then(saveAs(file.fileName(), QStringLiteral("ASCII")))
+        .thenClick(QStringLiteral("Yes")) // to replacing it
+        .thenClick(QStringLiteral("OK"));
+    window_.slotFileSave();
+    ASSERT_EQ(boxes.seen().size(), 3U);
+    EXPECT_EQ(boxes.seen()[2].title, QStringLiteral("Save"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "kept");
+    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileSaveFolder", {}), folder_.path());
 }
 
 TEST_F(Window, FailedSavesSayWhichFile) {
     show();
     grab();
-    const QString missing = QStringLiteral("/no such folder/a");
+    const QString missing = QStringLiteral("/no such folder/&lt;a"); // drawn letter by letter
     for (const auto& [ending, title, text] : {std::tuple{".xyz", "Save ASCII", "Error saving to ASCII file '%1'."},
                                               std::tuple{".ply", "Save PLY", "Error saving to PLY file '%1'."}}) {
         const QString name = missing + QLatin1String(ending);
@@ -126,6 +146,9 @@ TEST_F(Window, FailedSavesSayWhichFile) {
         ASSERT_EQ(boxes.seen().size(), 2U);
         EXPECT_EQ(boxes.seen()[1].title, QString::fromLatin1(title));
         EXPECT_EQ(boxes.seen()[1].text, QString::fromLatin1(text).arg(name));
+        EXPECT_EQ(boxes.seen()[1].icon, QMessageBox::Critical);
+        EXPECT_EQ(boxes.seen()[1].parent, &window_);
+        EXPECT_EQ(boxes.seen()[1].buttons, QStringList{QStringLiteral("OK")});
     }
 }
 
@@ -167,6 +190,27 @@ TEST_F(Window, RecentFilesAreOpenedFromTheMenuAndGoneOnesAreLeftOut) {
     EXPECT_EQ(menu.files(), QStringList({second, first})) << "as it was: nothing was opened";
     fresh.close();
     EXPECT_EQ(preferences.recentFiles(), QStringList{second});
+}
+
+TEST_F(Window, BrokenFilesAreTheCallersToReportAndChangeNothing) {
+    show();
+    grab();
+    const auto record = controller_.record();
+    const std::string settings = controller_.settings().getString("Iris");
+    for (const char* name : {"broken.vdf", "broken.yml"}) {
+        QFile file(path(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("neither");
+    }
+    EXPECT_THROW(window_.openFile(path("broken.vdf")), IOException);
+    ModalDriver boxes;
+    boxes.thenChooseFile(path("broken.yml"));
+    EXPECT_THROW(window_.slotLoadSettings(), IOException);
+    EXPECT_EQ(controller_.record(), record);
+    EXPECT_EQ(controller_.settings().getString("Iris"), settings);
+    EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileOpenFolder", {}), QString());
+    window_.close();
+    EXPECT_TRUE(World::instance().preferences.recentFiles().isEmpty());
 }
 
 TEST_F(Window, SettingsRoundTripStartsWhereTheyWereSaved) {
@@ -217,10 +261,11 @@ TEST_F(Window, LoadedSettingsAreTheCameras) {
 TEST_F(Window, MissingFileIsReportedAndNothingChanges) {
     ModalDriver boxes;
     boxes.thenClick(QStringLiteral("OK"));
-    window_.openFile(path("none.vdf"));
+    window_.openFile(path("<b>none.vdf"));
     ASSERT_EQ(boxes.seen().size(), 1U);
     EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("File Open Error"));
-    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("File does not exist: ") + path("none.vdf"));
+    EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("File does not exist: ") + path("<b>none.vdf"));
+    EXPECT_EQ(boxes.seen()[0].icon, QMessageBox::Critical);
     EXPECT_EQ(boxes.seen()[0].parent, &window_);
     EXPECT_EQ(boxes.seen()[0].buttons, QStringList{QStringLiteral("OK")});
     EXPECT_EQ(World::instance().preferences.getString("GUI/LastFileOpenFolder", {}), QString());

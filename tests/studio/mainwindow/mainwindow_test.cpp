@@ -9,8 +9,12 @@
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
+#include <QLabel>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QStatusBar>
 #include <QTest>
+#include <QTimer>
 #include <QToolBar>
 
 #include <gmock/gmock.h>
@@ -28,15 +32,19 @@ using Vorta::Test::Window;
 
 TEST_F(Window, HasItsMenusInOrder) {
     QStringList menus;
-    for (const QAction* menu : window_.menuBar()->actions())
-        menus += menu->text();
-    EXPECT_EQ(menus.join(QLatin1Char(' ')), QStringLiteral("&File &Edit &Image &View &Help"));
-
-    QStringList file;
-    for (const QAction* entry : window_.menuBar()->actions().constFirst()->menu()->actions())
-        file += entry->text();
-    EXPECT_EQ(file.join(QLatin1Char('|')),
-              QStringLiteral("&Load...|&Save...|L&oad Settings...|Sa&ve Settings...|&Recent Files|&Exit\tAlt, F4"));
+    for (const QAction* menu : window_.menuBar()->actions()) {
+        QStringList entries;
+        for (const QAction* entry : menu->menu()->actions())
+            entries += entry->text();
+        menus += menu->text() + QStringLiteral(": ") + entries.join(QLatin1Char('|'));
+    }
+    EXPECT_EQ(menus,
+              (QStringList{QStringLiteral("&File: &Load...|&Save...|L&oad Settings...|Sa&ve Settings...|&Recent "
+                                          "Files|&Exit\tAlt, F4"),
+                           QStringLiteral("&Edit: &Preferences..."), QStringLiteral("&Image: &Capture..."),
+                           QStringLiteral("&View: &Camera Image|&Depth Image|&Log Window|&Settings|&Toolbar|&Reset "
+                                          "Layout|Reset 3D Point Cloud &View"),
+                           QStringLiteral("&Help: &About...|&Update...")}));
 }
 
 TEST_F(Window, HasItsDocksInTheirAreas) {
@@ -52,12 +60,22 @@ TEST_F(Window, HasItsDocksInTheirAreas) {
 }
 
 TEST_F(Window, ToolBarCarriesItsGroups) {
+    const auto& toolBar = Vorta::Test::find<QToolBar>(window_, QStringLiteral("ToolBar"));
     QStringList texts;
-    for (const QAction* entry : Vorta::Test::find<QToolBar>(window_, QStringLiteral("ToolBar")).actions())
+    for (const QAction* entry : toolBar.actions())
         texts += entry->isSeparator() ? QStringLiteral("|") : entry->text();
     EXPECT_EQ(texts.mid(0, 16).join(QLatin1Char(' ')),
               QStringLiteral("&Load... &Save... | &Grab &HDR | &Live &Stop | &DisplayRGB &Toggle Mesh Set &Background "
                              "Color Reset 3D Point Cloud &View | &Capture... &Preferences..."));
+    EXPECT_EQ(toolBar.iconSize(), QSize(45, 32));
+    EXPECT_EQ(toolBar.toolButtonStyle(), Qt::ToolButtonTextUnderIcon);
+    ASSERT_EQ(texts.size(), 18);
+    EXPECT_EQ(toolBar.widgetForAction(toolBar.actions().at(16))->sizePolicy(),
+              QSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred))
+        << "what pushes the logo to the far end";
+    const auto* logo = qobject_cast<QLabel*>(toolBar.widgetForAction(toolBar.actions().at(17)));
+    ASSERT_TRUE(logo);
+    EXPECT_FALSE(logo->pixmap(Qt::ReturnByValue).isNull());
 }
 
 TEST_F(Window, WithoutACameraNothingCanBeMeasuredOrSaved) {
@@ -204,26 +222,6 @@ TEST_F(Window, MaskedPointsLeaveTheView) {
     EXPECT_TRUE(waitFor([&] { return !viewIsPlain(window_); })) << "an empty mask hides nothing";
 }
 
-TEST_F(Window, ViewMenuHidesAndShowsADock) {
-    show();
-    auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("logDockWidget_"));
-    ASSERT_TRUE(dock.isVisible());
-    action("actionLogWindow").trigger();
-    EXPECT_FALSE(dock.isVisible());
-    dock.show();
-    EXPECT_TRUE(action("actionLogWindow").isChecked()) << "the menu follows the dock";
-}
-
-TEST_F(Window, ClosingKeepsTheLayoutForTheNextStart) {
-    show();
-    action("actionLogWindow").trigger();
-    window_.close();
-    MainWindow next(controller_);
-    next.show();
-    EXPECT_TRUE(waitFor([&] { return next.isVisible(); }));
-    EXPECT_FALSE(Vorta::Test::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
-}
-
 TEST_F(Window, SlotsKeptForCallersByNameMeasureNothing) {
     show();
     ModalDriver boxes;
@@ -237,17 +235,42 @@ TEST_F(Window, SlotsKeptForCallersByNameMeasureNothing) {
     EXPECT_FALSE(controller_.status().live);
 }
 
-TEST_F(Window, MessagesComeAsBoxesOfTheWindow) {
-    show();
+TEST_F(Window, ControllersMessagesComeAsBoxesOfTheWindow) {
     ModalDriver boxes;
     boxes.thenClick(QStringLiteral("OK")).thenClick(QStringLiteral("OK"));
-    window_.slotShowMessage(QStringLiteral("Title"), QStringLiteral("Text"));
-    window_.slotShowWarning(QStringLiteral("Other"), QStringLiteral("Words"));
+    Q_EMIT controller_.infoMessage(QStringLiteral("Title"), QStringLiteral("Text"));
+    // As of a file of that name, which nobody wrote as HTML.
+    Q_EMIT controller_.warningMessage(QStringLiteral("Other"), QStringLiteral("'<b>&lt;.yml' cannot be read"));
     ASSERT_EQ(boxes.seen().size(), 2U);
+    EXPECT_EQ(boxes.seen()[0].icon, QMessageBox::Information);
     EXPECT_EQ(boxes.seen()[0].title, QStringLiteral("Title"));
     EXPECT_EQ(boxes.seen()[0].text, QStringLiteral("Text"));
-    EXPECT_EQ(boxes.seen()[0].parent, &window_);
+    EXPECT_EQ(boxes.seen()[1].icon, QMessageBox::Warning);
     EXPECT_EQ(boxes.seen()[1].title, QStringLiteral("Other"));
+    EXPECT_EQ(boxes.seen()[1].text, QStringLiteral("'<b>&lt;.yml' cannot be read"));
+    for (const ModalDriver::Box& box : boxes.seen()) {
+        EXPECT_EQ(box.parent, &window_);
+        EXPECT_EQ(box.buttons, QStringList{QStringLiteral("OK")});
+    }
+}
+
+TEST_F(Window, StatusBarTellsWhatTheControllerSays) {
+    const auto& connection = Vorta::Test::find<QLabel>(window_, QStringLiteral("connectionLabel"));
+    EXPECT_THAT(connection.text().toStdString(), testing::HasSubstr("[NO CONNECTION]"));
+    show();
+    EXPECT_THAT(connection.text().toStdString(), testing::HasSubstr("[Connected]"));
+    heads_.unplug("T-1");
+    controller_.slotHandleCameraPollTimer();
+    EXPECT_THAT(connection.text().toStdString(), testing::HasSubstr("[NO CONNECTION]"));
+    Q_EMIT controller_.temporaryStatusMessage(QStringLiteral("Warming up"));
+    EXPECT_EQ(window_.statusBar()->currentMessage(), QStringLiteral("Warming up"));
+}
+
+TEST_F(Window, ExitEndsTheProgram) {
+    constexpr int tooLate = 99;
+    QTimer::singleShot(0, &action("actionExit"), &QAction::trigger);
+    QTimer::singleShot(20'000, &window_, [] { QCoreApplication::exit(tooLate); });
+    EXPECT_EQ(QCoreApplication::exec(), 0);
 }
 
 } // namespace
