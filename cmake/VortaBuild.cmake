@@ -160,13 +160,14 @@ function(vorta_studio_library folder)
   endif()
 endfunction()
 
-# vorta_test(<name> SOURCES ... LIBRARIES ... [SCREEN] [TIMEOUT seconds])
+# vorta_test(<name> SOURCES ... LIBRARIES ... [SCREEN] [LONG] [TIMEOUT seconds])
 #
 # A GoogleTest program. SCREEN marks tests that open windows: they run one at a time on the X server that the
-# environment names. Where the programs are for another system the others run in its emulator, each program as one test
-# since its start takes long; there windows are tried in the installed program.
+# environment names. LONG tests, labelled so, are the long mode's. Where the programs are for another system those without
+# windows run in its emulator, each program as one test since its start takes long; there windows are tried in the
+# installed program.
 function(vorta_test name)
-  cmake_parse_arguments(arg "SCREEN" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "SCREEN;LONG" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -178,9 +179,14 @@ function(vorta_test name)
   set(properties TIMEOUT ${arg_TIMEOUT})
   if(arg_SCREEN)
     target_link_libraries(${name} PRIVATE Vorta::testsupport_screen)
-    list(APPEND properties RESOURCE_LOCK screen LABELS screen)
+    list(APPEND properties RESOURCE_LOCK screen)
   else()
     target_link_libraries(${name} PRIVATE GTest::gtest_main)
+  endif()
+  if(arg_LONG)
+    list(APPEND properties LABELS long)
+  elseif(arg_SCREEN)
+    list(APPEND properties LABELS screen)
   endif()
   if(CMAKE_CROSSCOMPILING AND arg_SCREEN)
     set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)

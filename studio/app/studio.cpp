@@ -5,6 +5,7 @@
 #include "services/appsettings.h"
 #include "services/loghandler.h"
 #include "services/messagebox.h"
+#include "services/platform/platform.h"
 #include "vorta/api/application.h"
 #include "vorta/common/exceptions.h"
 #include "vorta/common/log.h"
@@ -46,7 +47,15 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
         logHandler_->log(Log::Severity::Warning, "The preferences of '" +
                                                      settings_->fileName().toLocal8Bit().toStdString() +
                                                      "' are damaged: what cannot be read has its default.");
+    if (!settings_->isWritable())
+        logHandler_->log(Log::Severity::Warning, "Preferences are not kept: '" +
+                                                     settings_->fileName().toLocal8Bit().toStdString() +
+                                                     "' cannot be written.");
     controller_ = new VortaInterface(application_, this);
+    VortaQt::Platform::onRequestToEnd(*this, [] {
+        closeAllWindows(); // each keeps what it keeps when it is closed by hand
+        quit();            // also when a question stays open
+    });
 }
 
 Studio::~Studio() {

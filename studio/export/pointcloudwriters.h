@@ -28,7 +28,7 @@ namespace Vorta::Export {
 /// Writes a binary PCD 0.7 with x, y, z and packed colour, 16 bytes per point. All points of the grid, invalid ones
 /// with their NaN, follow each other in row-major order; the header declares them as one unorganised row.
 ///
-/// Does not report a file that cannot be created or written: look at the file where that matters.
-void writePcd(const std::string& path, const PointCloud& cloud);
+/// Returns false when the file cannot be created or written; what was written until then stays on disk.
+bool writePcd(const std::string& path, const PointCloud& cloud);
 
 } // namespace Vorta::Export

@@ -27,12 +27,14 @@ std::string headerText(std::size_t size) {
 
 } // namespace
 
-void writePcd(const std::string& path, const PointCloud& cloud) {
+bool writePcd(const std::string& path, const PointCloud& cloud) {
     std::ofstream file{path, std::ios::binary};
     // A stream that fails is left alone: the work for what it would not take is all that is spared.
     writeRecords(headerText(cloud.size()), cloud.points(), pcd, [&](const char* bytes, std::size_t size) {
         return static_cast<bool>(file.write(bytes, static_cast<std::streamsize>(size)));
     });
+    file.close();
+    return static_cast<bool>(file);
 }
 
 } // namespace Vorta::Export

@@ -101,8 +101,12 @@ void FileCommands::saveAs(const QString& fileName, const QString& selectedFilter
             reportError(QStringLiteral("Save PLY"), QStringLiteral("Error saving to PLY file '%1'.").arg(fileName));
     } else if (hasEnding(fileName, ".pcd")) {
         try {
-            const Vorta::WaitCursor waitCursor;
-            Vorta::Export::writePcd(path, cloud);
+            const bool written = [&] {
+                const Vorta::WaitCursor waitCursor;
+                return Vorta::Export::writePcd(path, cloud);
+            }();
+            if (!written)
+                reportError(QStringLiteral("Save PCD"), QStringLiteral("Error saving to PCD file '%1'.").arg(fileName));
         } catch (const std::exception& e) {
             reportError(QStringLiteral("Save PCD"), QStringLiteral("Error saving to PCD file '%1'.\n").arg(fileName) +
                                                         QString::fromLocal8Bit(e.what()));

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <fstream>
 #include <hdf5.h>
 #include <netcdf.h>
 #include <system_error>
@@ -53,10 +55,14 @@ Variable globalOf(int group) {
     return {.group = group, .id = NC_GLOBAL};
 }
 
-bool isFull(const std::filesystem::path& folder) {
-    std::error_code error;
-    const auto space = std::filesystem::space(folder, error);
-    return !error && space.available < 65536;
+/// Why the system takes no more of a file that could not be written, which is lost anyway; empty when it takes more.
+std::string refusalOf(const std::filesystem::path& file) {
+    const std::vector<char> more(std::size_t{4} << 20U); // more than was refused
+    std::ofstream end(file, std::ios::binary | std::ios::app);
+    errno = 0;
+    if (end.write(more.data(), static_cast<std::streamsize>(more.size())).flush())
+        return {};
+    return std::generic_category().message(errno);
 }
 
 } // namespace
@@ -67,6 +73,9 @@ void keepHdf5Quiet() {
 
 File::File(Mode mode, const std::filesystem::path& path, std::string name)
     : turn_(turns()), mode_(mode), name_(std::move(name)), path_(std::filesystem::absolute(path)) {
+    // At the end of the process HDF5 would close what is still open: a file that could not be completed once more and
+    // over what was left of it, which crashes.
+    H5dont_atexit();
     keepHdf5Quiet();
     // The whole path begins with no protocol, so that the library never takes a file for an address.
     const std::string whole = path_.string();
@@ -90,13 +99,23 @@ File File::open(const std::filesystem::path& path) {
 }
 
 File::~File() {
+    // The libraries keep a file open that they cannot complete, and with it its place on a full disk. That is given
+    // back: before, since it may be all that closing lacks, and after, when closing has failed.
+    const auto giveBack = [this] {
+        std::error_code ignored; // the failure has been reported
+        if (mode_ == Mode::Write && !isComplete_)
+            std::filesystem::resize_file(path_, 0, ignored);
+    };
+    giveBack();
     if (isOpen_)
-        nc_close(id_); // read, or given up after a failure that has been reported
+        nc_close(id_);
+    giveBack();
 }
 
 void File::close() {
     isOpen_ = false;
     check(nc_close(id_), "completing it");
+    isComplete_ = true;
 }
 
 void File::check(int status, const std::string& what) const {
@@ -105,9 +124,10 @@ void File::check(int status, const std::string& what) const {
 }
 
 void File::fail(const std::string& what, const std::string& reason) const {
-    const bool isDiskFull = mode_ == Mode::Write && isFull(path_.parent_path());
+    // The libraries do not hand on what the system said.
+    const std::string refusal = mode_ == Mode::Write ? refusalOf(path_) : std::string();
     throw IOException("File '" + name_ + "' cannot be " + (mode_ == Mode::Write ? "written" : "read") + ": " + what +
-                      " failed (" + (isDiskFull ? "the disk is full" : reason) + ").");
+                      " failed (" + (refusal.empty() ? reason : refusal) + ").");
 }
 
 void File::fail(const std::string& what) const {
@@ -123,10 +143,11 @@ void File::fail(const std::string& what) const {
 
 std::int64_t File::hdf5Id() const {
     // netCDF does not give away the handle that it works with, but HDF5 lists those that are open.
-    std::array<hid_t, 64> open{};
-    const auto count = H5Fget_obj_ids(H5F_OBJ_ALL, H5F_OBJ_FILE, open.size(), open.data());
+    const std::int64_t count = H5Fget_obj_count(H5F_OBJ_ALL, H5F_OBJ_FILE);
+    std::vector<hid_t> open(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)), -1);
+    H5Fget_obj_ids(H5F_OBJ_ALL, H5F_OBJ_FILE, open.size(), open.data());
     const std::filesystem::path whole = path_.lexically_normal();
-    for (const hid_t id : std::span(open).first(static_cast<std::size_t>(std::clamp<std::int64_t>(count, 0, 64)))) {
+    for (const hid_t id : open) {
         std::string name(static_cast<std::size_t>(std::max<std::int64_t>(H5Fget_name(id, nullptr, 0), 0)), '\0');
         // netCDF hands the name on with the system's own separators.
         if (H5Fget_name(id, name.data(), name.size() + 1) >= 0 &&

@@ -122,6 +122,7 @@ private:
     std::size_t bytes_ = 0;
     int id_ = 0;
     bool isOpen_ = false;
+    bool isComplete_ = false; ///< of a file that is written: closed with all that it should hold
 };
 
 } // namespace Vorta::NetCdf

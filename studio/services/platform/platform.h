@@ -2,8 +2,10 @@
 
 #include "services/platform/fileversion.h"
 
+#include <QObject>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 /// What differs between operating systems; one source file per system implements it.
@@ -21,6 +23,11 @@ void clearStaleSharedMemory(const QString& key);
 /// such a file, else under the name that this system gives to a program ("A.exe"), a library ("A.dll") or a Python
 /// module ("A.pyd"). The file need not exist.
 [[nodiscard]] QString nativeFile(const QString& folder, const QString& name);
+
+/// Calls `end`, on this thread and from its event loop, when the system asks the program to end, for instance because
+/// it shuts down. A second request ends the program at once, so that one that is busy can be ended too. Once in a
+/// process; until `context` goes. Where the system asks the windows instead, does nothing.
+void onRequestToEnd(QObject& context, const std::function<void()>& end);
 
 /// The version record of a file, which is not loaded. All empty for a file without one, or no file at all.
 [[nodiscard]] FileVersionRecord fileVersionRecord(const QString& path);

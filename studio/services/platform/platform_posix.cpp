@@ -7,14 +7,32 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSharedMemory>
+#include <QSocketNotifier>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <spawn.h>
 #include <string>
 #include <system_error>
 #include <unistd.h>
 
 namespace VortaQt::Platform {
+
+namespace {
+
+// A signal may come in the middle of anything: all that its handler may do is to write into a pipe.
+std::array<int, 2> requestPipe{-1, -1};
+
+void passRequestOn(int /*signal*/) {
+    const int interrupted = errno;
+    const char request = 0;
+    [[maybe_unused]] const ssize_t written = write(requestPipe[1], &request, 1);
+    errno = interrupted;
+}
+
+} // namespace
 
 void clearStaleSharedMemory(const QString& key) {
     // The last one to detach removes the segment: after a crash that is us, beside a living owner it is not.
@@ -61,6 +79,26 @@ QString nativeFile(const QString& folder, const QString& name) {
     if (name.endsWith(QLatin1String(".pyd")))
         return directory.filePath(base + QLatin1String(".so"));
     return directory.filePath(name);
+}
+
+void onRequestToEnd(QObject& context, const std::function<void()>& end) {
+    if (pipe2(requestPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        return; // the program is then ended without being asked, as ever
+    const auto* requests = new QSocketNotifier(requestPipe[0], QSocketNotifier::Read, &context);
+    QObject::connect(requests, &QSocketNotifier::activated, &context, [end] {
+        char request = 0;
+        if (read(requestPipe[0], &request, 1) == 1)
+            end();
+    });
+    struct sigaction action {};
+    action.sa_handler = passRequestOn;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND); // a second one does what it does by itself
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        struct sigaction present {};
+        sigaction(signal, nullptr, &present);
+        if (present.sa_handler != SIG_IGN) // whoever started the program wants it to go on
+            sigaction(signal, &action, nullptr);
+    }
 }
 
 FileVersionRecord fileVersionRecord(const QString& path) {

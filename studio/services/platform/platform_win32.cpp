@@ -46,6 +46,9 @@ QString nativeFile(const QString& folder, const QString& name) {
     return QDir(folder).filePath(name);
 }
 
+// The end of a session and the task manager send messages to the windows, which close.
+void onRequestToEnd(QObject& /*context*/, const std::function<void()>& /*end*/) {}
+
 FileVersionRecord fileVersionRecord(const QString& path) {
     const VersionTexts texts = readVersionResource(QDir::toNativeSeparators(path).toLocal8Bit().constData());
     const auto toText = [](const std::string& text) { return QString::fromLocal8Bit(text.c_str()); };

@@ -2,10 +2,10 @@
 // commands on standard input. The program itself is the real one.
 //
 // Tells:  "window <title>", "box <title>|<text>|<buttons>", "connected", "live"
-// Obeys:  "accept" (press the box's default button), "throw", "throw-int", "close", "quit", "locale",
-//         "trigger <action>", "click <button>", "press <dialog> <button's text>", "set <control> <value>",
-//         "show <control>" (tells "<control>: <value>"), "camera <setting>" (tells "<setting>: <value>"),
-//         all by their object names
+// Obeys:  "accept" (press the box's default button), "answer <button's text>" (press another one), "throw",
+//         "throw-int", "close", "quit", "locale", "trigger <action>", "click <button>", "press <dialog> <button's
+//         text>", "set <control> <value>", "show <control>" (tells "<control>: <value>"), "camera <setting>" (tells
+//         "<setting>: <value>"), all by their object names
 
 #include "app/studio.h"
 #include "camera/vortainterface.h"
@@ -18,6 +18,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
+#include <QLabel>
 #include <QLocale>
 #include <QMessageBox>
 #include <QMetaProperty>
@@ -151,6 +152,8 @@ private:
         const QString& verb = words.at(0);
         const QString name = words.value(1);
         const QString rest = words.mid(2).join(QLatin1Char(' '));
+        if (verb == QLatin1String("answer"))
+            return box_ && press(*box_, name);
         if (auto* action = named<QAction>(name); action && verb == QLatin1String("trigger"))
             action->trigger();
         else if (auto* button = named<QAbstractButton>(name); button && verb == QLatin1String("click"))
@@ -193,8 +196,10 @@ private:
         return false;
     }
 
-    /// The value of a control, or the cells of a list or table, row by row.
+    /// The value of a control, a label's text in one line, or the cells of a list or table, row by row.
     static QString textOf(const QWidget& control) {
+        if (const auto* label = dynamic_cast<const QLabel*>(&control))
+            return label->text().simplified();
         const auto* view = dynamic_cast<const QAbstractItemView*>(&control);
         if (!view)
             return control.metaObject()->userProperty().read(&control).toString();

@@ -3,6 +3,7 @@
 #include <QByteArrayList>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -13,11 +14,14 @@ namespace Vorta::Test {
 /// The real program in a process of its own, with a home of its own, told and observed through its pipes.
 class StudioProcess {
 public:
-    /// `home` holds the preferences; several processes may share one.
-    explicit StudioProcess(const QString& home, const QStringList& arguments = {}) {
+    /// `home` holds the preferences; several processes may share one. `variables` replace those of the environment.
+    explicit StudioProcess(const QString& home, const QStringList& arguments = {},
+                           const QMap<QString, QString>& variables = {}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), home);
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home);
+        for (auto variable = variables.cbegin(); variable != variables.cend(); ++variable)
+            environment.insert(variable.key(), variable.value());
         process_.setProcessEnvironment(environment);
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process_.start(QStringLiteral(VORTA_BIN_DIR "/VortaStudioObserved"), arguments);
@@ -45,7 +49,7 @@ public:
         }
     }
 
-    void command(const char* text) {
+    void command(const QByteArray& text) {
         process_.write(text);
         process_.write("\n");
         process_.waitForBytesWritten();
@@ -53,11 +57,15 @@ public:
 
     /// Exit status once the program has ended by itself, -1000 when it crashed or did not end within 30 s.
     int exitCode() {
-        if (!process_.waitForFinished(30'000) && process_.state() != QProcess::NotRunning)
+        if (!endsWithin(30'000))
             return -1000;
         while (process_.canReadLine())
             lines_ += process_.readLine().trimmed();
         return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1000;
+    }
+
+    bool endsWithin(int milliseconds) {
+        return process_.waitForFinished(milliseconds) || process_.state() == QProcess::NotRunning;
     }
 
     /// As by `kill -9`.
@@ -66,6 +74,7 @@ public:
         process_.waitForFinished();
     }
 
+    [[nodiscard]] qint64 processId() const { return process_.processId(); }
     [[nodiscard]] bool running() { return process_.state() == QProcess::Running; }
     /// How many lines told so far start with `beginning`.
     [[nodiscard]] auto count(const QByteArray& beginning) const {

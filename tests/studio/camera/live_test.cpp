@@ -1,11 +1,10 @@
 #include "studio/camera/controllerfixture.h"
+#include "support/processusage.h"
 
 #include "vorta/common/exceptions.h"
 
-#include <fstream>
 #include <future>
 #include <mutex>
-#include <unistd.h>
 
 namespace {
 
@@ -146,15 +145,6 @@ TEST_F(Live, FailingHeadEndsItAndStaysConnected) {
 // Sanitizers keep freed memory for a while; what is lost they find themselves.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-/// Bytes of memory that this process holds.
-std::size_t residentBytes() {
-    std::ifstream statm("/proc/self/statm");
-    std::size_t total = 0;
-    std::size_t resident = 0;
-    statm >> total >> resident;
-    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
-
 TEST_F(Live, TwoThousandFramesDoNotGrowTheMemory) {
     heads_.plug({.serialNumber = "T-1", .width = 81, .height = 50, .noise = false});
     Settings fast;
@@ -163,9 +153,9 @@ TEST_F(Live, TwoThousandFramesDoNotGrowTheMemory) {
     startConnected();
     startLive();
     ASSERT_TRUE(delivers(200));
-    const std::size_t before = residentBytes();
+    const std::size_t before = Vorta::Testing::processUsage().residentBytes;
     ASSERT_TRUE(delivers(2000));
-    const std::size_t after = residentBytes();
+    const std::size_t after = Vorta::Testing::processUsage().residentBytes;
     // A lost cloud a frame would be 160 MB, a lost kilobyte 2 MB.
     EXPECT_LT(after, before + 4'000'000U);
 }

@@ -73,16 +73,17 @@ TEST_F(WritePcd, replacesAnExistingFile) {
     EXPECT_EQ(read(path("a.pcd")), header("0"));
 }
 
-TEST_F(WritePcd, isSilentWhenTheFileCannotBeCreated) {
-    EXPECT_NO_THROW(Export::writePcd(path("missing/a.pcd"), twoByTwo()));
+TEST_F(WritePcd, returnsFalseWhenTheFileCannotBeCreated) {
+    EXPECT_FALSE(Export::writePcd(path("missing/a.pcd"), twoByTwo()));
     EXPECT_FALSE(std::filesystem::exists(path("missing/a.pcd")));
 }
 
-TEST_F(WritePcd, isSilentWhenTheDiskIsFull) {
+TEST_F(WritePcd, returnsFalseWhenTheDiskIsFull) {
     const std::string device = fullDevice();
     if (device.empty())
         GTEST_SKIP() << "no full device on this system";
-    EXPECT_NO_THROW(Export::writePcd(device, PointCloud(1200, 1944)));
+    EXPECT_FALSE(Export::writePcd(device, PointCloud(1200, 1944)));
+    EXPECT_FALSE(Export::writePcd(device, PointCloud{})) << "the header alone";
 }
 
 } // namespace

@@ -42,20 +42,11 @@ Format formatOf(const std::string& path) {
     throw IOException("File '" + path + "' cannot be written: " + reason + ".");
 }
 
-/// The export writers do not say why they fail, and one not even whether: what can be known beforehand is asked here.
+/// The export writers do not say why they fail: what can be known beforehand is asked here.
 void requireWritable(const std::string& path) {
     errno = 0;
     if (!std::ofstream(path, std::ios::binary | std::ios::app))
         failToWrite(path, errno);
-}
-
-void writePcd(const std::string& path, const PointCloud& cloud) {
-    constexpr std::uintmax_t bytesPerPoint = 16;
-    Export::writePcd(path, cloud);
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (error || size <= cloud.size() * bytesPerPoint)
-        failToWrite(path, 0);
 }
 
 void writePng(const std::string& path, const PointCloud& cloud) {
@@ -98,7 +89,8 @@ void write(const Output& output, const Frame& frame, bool unordered) {
             failToWrite(output.path, errno);
         break;
     case Format::Pcd:
-        writePcd(output.path, cloud);
+        if (!Export::writePcd(output.path, cloud))
+            failToWrite(output.path, errno);
         break;
     case Format::Png:
         writePng(output.path, cloud);
