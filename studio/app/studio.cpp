@@ -11,14 +11,26 @@
 #include "vorta/common/log.h"
 #include "vorta/common/serialization.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <sstream>
+#include <utility>
 
 namespace Vorta {
 
 namespace {
 
 Studio* theStudio = nullptr;
+
+/// The toolkit ends the program amid everything when the screen goes away. Other threads still run then: nothing that
+/// they use may be taken apart.
+void endAmidEverything() {
+    if (theStudio == nullptr)
+        return;
+    std::fflush(nullptr);
+    std::_Exit(EXIT_FAILURE);
+}
 
 QString describe(const std::exception& exception) {
     using Serialization::operator<<;
@@ -52,6 +64,12 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
                                                      settings_->fileName().toLocal8Bit().toStdString() +
                                                      "' cannot be written.");
     controller_ = new VortaInterface(application_, this);
+    std::atexit(endAmidEverything);
+    // The latest comes first: once more before what the driver brought along.
+    connect(controller_, &VortaInterface::statusChanged, this, [this](const CameraStatus& status) {
+        if (status.connected && !std::exchange(hasConnected_, true))
+            std::atexit(endAmidEverything);
+    });
     VortaQt::Platform::onRequestToEnd(*this, [] {
         closeAllWindows(); // each keeps what it keeps when it is closed by hand
         quit();            // also when a question stays open

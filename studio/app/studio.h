@@ -47,6 +47,7 @@ private:
     VortaInterface* controller_ = nullptr;
     VortaQt::AppSettings* settings_ = nullptr;
     VortaQt::LogHandler* logHandler_ = nullptr;
+    bool hasConnected_ = false;
 };
 
 } // namespace Vorta

@@ -6,6 +6,14 @@
 
 namespace Vorta::Testing {
 
+namespace {
+
+std::string text(QByteArray output) {
+    return output.replace("\r\n", "\n").toStdString();
+}
+
+} // namespace
+
 Result runProgram(const std::string& program, const std::vector<std::string>& arguments) {
     QStringList words;
     for (const std::string& argument : arguments)
@@ -17,8 +25,8 @@ Result runProgram(const std::string& program, const std::vector<std::string>& ar
         throw std::runtime_error("Cannot run " + program + ": " + process.errorString().toStdString());
     process.waitForFinished(-1);
     return {.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            .out = process.readAllStandardOutput().toStdString(),
-            .err = process.readAllStandardError().toStdString()};
+            .out = text(process.readAllStandardOutput()),
+            .err = text(process.readAllStandardError())};
 }
 
 } // namespace Vorta::Testing

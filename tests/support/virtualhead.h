@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -50,9 +49,10 @@ public:
         do
             folder_ = std::filesystem::temp_directory_path() / ("vorta-heads-" + std::to_string(random()));
         while (!std::filesystem::create_directory(folder_));
-        if (const char* value = std::getenv(variable())) // NOLINT(concurrency-mt-unsafe): tests set it on one thread
-            previous_ = value;
-        boost::this_process::environment().set(variable(), folder_.string());
+        auto environment = boost::this_process::environment();
+        if (const auto value = environment.find(variable()); value != environment.end())
+            previous_ = value->to_string();
+        environment.set(variable(), folder_.string());
     }
     explicit VirtualHeads(const VirtualHead& head) : VirtualHeads() { plug(head); }
     VirtualHeads(const VirtualHeads&) = delete;

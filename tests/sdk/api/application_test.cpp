@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <dlfcn.h>
 #include <thread>
 #include <vector>
 
@@ -172,21 +171,6 @@ TEST(Application, CamerasOutliveIt) {
         camera.connect();
     }
     EXPECT_EQ(camera.capture().getPointCloud().size(), 243U * 150U);
-}
-
-TEST(Application, NeverUnloadsAPlugin) {
-    const VirtualHeads heads({.serialNumber = "T-1"});
-    for (int i = 0; i < 3; ++i) {
-        Application application;
-        application.getImpl().setCameraDriver(driverPath(), Settings{});
-        Camera camera = application.cameras().at(0);
-        camera.connect();
-        EXPECT_FALSE(camera.capture().isNull());
-    }
-    // The ray tracer that this plug-in brought along keeps threads: their code must still be there.
-    void* library = dlopen(driverPath().c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    ASSERT_NE(library, nullptr);
-    dlclose(library);
 }
 
 } // namespace

@@ -61,7 +61,7 @@ TEST(YamlMap, RefusesFilesThatAreMissingFoldersOrTooLarge) {
     const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "vorta_yamlmap";
     std::filesystem::create_directories(folder);
     const std::string file = (folder / "a.yml").string();
-    std::ofstream(file) << "a: 1\n# " << std::string(100, 'x') << '\n';
+    std::ofstream(file, std::ios::binary) << "a: 1\n# " << std::string(100, 'x') << '\n';
     EXPECT_EQ(YamlMap::load(file).number("a", 0.0), 1.0);
     EXPECT_EQ(YamlMap::load(file, 108).number("a", 0.0), 1.0);
     EXPECT_EQ(refusalOf([&] { (void)YamlMap::load(file, 107); }),

@@ -154,10 +154,20 @@ TEST_F(Faults, AMissingDriverIsReportedAndFilesCanStillBeOpened) {
         grabAndSave(studio, QStringLiteral("a.vdf"));
         close(studio);
     }
+    // All that the program was installed with, but for one driver.
+    const QDir built(QStringLiteral(VORTA_BIN_DIR));
+    const QDir installed(path(QStringLiteral("installed")));
+    ASSERT_TRUE(installed.mkpath(QStringLiteral(".")));
+    for (const QString& name :
+         built.entryList({QStringLiteral("lib*.so"), QStringLiteral("VortaCameraToshibaTeli.dll")}))
+        ASSERT_TRUE(QFile::link(built.filePath(name), installed.filePath(name)));
+    const QString program = installed.filePath(QStringLiteral("VortaStudioObserved"));
+    ASSERT_TRUE(QFile::copy(built.filePath(QStringLiteral("VortaStudioObserved")), program));
     storePreference("Internal", "Camera\\Driver=PtGrey");
-    StudioProcess studio(home_.path(), {path(QStringLiteral("a.vdf"))});
-    EXPECT_EQ(studio.waitForLine("box"), "box An exception occurred|Camera driver not found: " VORTA_BIN_DIR
-                                         "/bin/VortaCameraPtGrey.dll - fallback to VortaCameraFile|OK");
+    StudioProcess studio(home_.path(), {path(QStringLiteral("a.vdf"))}, {}, program);
+    EXPECT_EQ(studio.waitForLine("box"),
+              "box An exception occurred|Camera driver not found: " + installed.path().toLocal8Bit() +
+                  "/bin/VortaCameraPtGrey.dll - fallback to VortaCameraFile|OK");
     studio.command("accept");
     save(studio, QStringLiteral("again.vdf"));
     awaitDone(studio);

@@ -15,8 +15,10 @@ namespace Vorta::Test {
 class StudioProcess {
 public:
     /// `home` holds the preferences; several processes may share one. `variables` replace those of the environment.
+    /// `program` stands beside its libraries and drivers.
     explicit StudioProcess(const QString& home, const QStringList& arguments = {},
-                           const QMap<QString, QString>& variables = {}) {
+                           const QMap<QString, QString>& variables = {},
+                           const QString& program = QStringLiteral(VORTA_BIN_DIR "/VortaStudioObserved")) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), home);
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home);
@@ -24,7 +26,7 @@ public:
             environment.insert(variable.key(), variable.value());
         process_.setProcessEnvironment(environment);
         process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process_.start(QStringLiteral(VORTA_BIN_DIR "/VortaStudioObserved"), arguments);
+        process_.start(program, arguments);
     }
     StudioProcess(const StudioProcess&) = delete;
     StudioProcess& operator=(const StudioProcess&) = delete;

@@ -25,6 +25,12 @@ std::string ExportTest::read(const std::string& path) {
     return {std::istreambuf_iterator<char>{file}, {}};
 }
 
+std::string ExportTest::readText(const std::string& path) {
+    std::ifstream file{path};
+    EXPECT_TRUE(file.is_open()) << path;
+    return {std::istreambuf_iterator<char>{file}, {}};
+}
+
 std::string ExportTest::fullDevice() {
     const std::string device = "/dev/full";
     return std::filesystem::exists(device) ? device : std::string{};

@@ -22,6 +22,9 @@ protected:
     /// The whole file; fails the test when it cannot be read.
     [[nodiscard]] static std::string read(const std::string& path);
 
+    /// The same with "\n" for each of the system's line ends.
+    [[nodiscard]] static std::string readText(const std::string& path);
+
     /// A device that accepts no byte, or an empty text where the system has none.
     [[nodiscard]] static std::string fullDevice();
 

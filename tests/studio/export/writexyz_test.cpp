@@ -41,7 +41,7 @@ class WriteXyz : public ExportTest {
 protected:
     [[nodiscard]] std::string written(const PointCloud& cloud) const {
         EXPECT_TRUE(Export::writeXyz(path("a.xyz"), cloud));
-        return read(path("a.xyz"));
+        return readText(path("a.xyz"));
     }
 
     [[nodiscard]] std::string line(float x, float y, float z) const {

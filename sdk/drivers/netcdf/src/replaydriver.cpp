@@ -29,12 +29,16 @@ void ReplayDriver::configure(const Vorta::Driver::DriverConfiguration& configura
 bool ReplayDriver::refresh() {
     std::error_code missing;
     const auto time = std::filesystem::last_write_time(path_, missing);
-    if (!missing && read_ && time == time_)
+    // Times may be as coarse as a second.
+    std::error_code unknown;
+    const auto size = std::filesystem::file_size(path_, unknown);
+    if (!missing && read_ && time == time_ && size == size_)
         return !frame_.isNull();
     const bool wasMissing = read_ && frame_.isNull() && time_ == std::filesystem::file_time_type::min();
     frame_ = {};
     read_ = true;
     time_ = missing ? std::filesystem::file_time_type::min() : time;
+    size_ = size;
     if (path_.empty() || (missing && wasMissing))
         return false;
     try {

@@ -3,6 +3,7 @@
 #include "vorta/api/frame.h"
 #include "vorta/driver/driver.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string>
@@ -26,6 +27,7 @@ private:
     std::mutex mutex_; // guards the rest
     std::string path_;
     std::filesystem::file_time_type time_; ///< of the file when `frame_` was read
+    std::uintmax_t size_ = 0;              ///< the same
     bool read_ = false;                    ///< whether that has been tried
     Frame frame_;
 };

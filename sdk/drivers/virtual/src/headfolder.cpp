@@ -3,7 +3,7 @@
 #include "vorta/yaml/words.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <boost/process/environment.hpp>
 #include <system_error>
 #include <tuple>
 
@@ -11,10 +11,12 @@ namespace Vorta::Virtual {
 
 HeadFolder lookIntoHeadFolder() {
     HeadFolder folder;
-    const char* value = std::getenv(headsVariable); // NOLINT(concurrency-mt-unsafe): nobody sets it meanwhile
-    if (!value || *value == '\0')
+    // The system's environment: on Windows the C library has a copy of its own, of the time when it was loaded.
+    const auto environment = boost::this_process::environment();
+    const auto variable = environment.find(headsVariable);
+    if (variable == environment.end() || variable->to_string().empty())
         return folder;
-    folder.path = value;
+    folder.path = variable->to_string();
     std::error_code failure;
     for (std::filesystem::directory_iterator it(folder.path, failure), end; !failure && it != end;
          it.increment(failure))
