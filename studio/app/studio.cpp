@@ -11,7 +11,6 @@
 #include "vorta/common/log.h"
 #include "vorta/common/serialization.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <sstream>
@@ -26,10 +25,8 @@ Studio* theStudio = nullptr;
 /// The toolkit ends the program amid everything when the screen goes away. Other threads still run then: nothing that
 /// they use may be taken apart.
 void endAmidEverything() {
-    if (theStudio == nullptr)
-        return;
-    std::fflush(nullptr);
-    std::_Exit(EXIT_FAILURE);
+    if (theStudio != nullptr)
+        std::_Exit(EXIT_FAILURE);
 }
 
 QString describe(const std::exception& exception) {
