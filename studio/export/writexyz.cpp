@@ -17,6 +17,8 @@ namespace {
 
 /// Points per block: points and text of one block fit into a core's own cache.
 constexpr std::size_t blockSize = 4096;
+/// Ends the looks after some tenths of a millisecond.
+constexpr int looksBeforeSleep = 1000;
 
 /// Writes a cloud's lines block by block: any number of threads format, one at a time writes, in the cloud's order.
 class XyzWriter {
@@ -54,6 +56,9 @@ private:
 
     // Not by std::atomic's own waiting, which GCC 12 for Windows may leave asleep for ever.
     bool write(std::size_t block, const char* text, std::size_t length) noexcept {
+        // The turn comes soon, as a rule, and who goes to sleep for it may be woken on the other's processor.
+        for (int look = 0; look < looksBeforeSleep && nextToWrite_ < block; ++look)
+            std::this_thread::yield();
         std::unique_lock lock(mutex_);
         turnCame_.wait(lock, [&] { return nextToWrite_ >= block; });
         if (failed_)
@@ -76,7 +81,7 @@ private:
     std::atomic<bool> failed_ = false;
     std::mutex mutex_;
     std::condition_variable turnCame_;
-    std::size_t nextToWrite_ = 0; // under the mutex
+    std::atomic<std::size_t> nextToWrite_ = 0; // changes under the mutex
 };
 
 /// More threads than this only wait for the file.
