@@ -50,8 +50,9 @@ public:
             folder_ = std::filesystem::temp_directory_path() / ("vorta-heads-" + std::to_string(random()));
         while (!std::filesystem::create_directory(folder_));
         auto environment = boost::this_process::environment();
-        if (const auto value = environment.find(variable()); value != environment.end())
-            previous_ = value->to_string();
+        for (const auto& entry : environment)
+            if (entry.get_name() == variable())
+                previous_ = entry.to_string();
         environment.set(variable(), folder_.string());
     }
     explicit VirtualHeads(const VirtualHead& head) : VirtualHeads() { plug(head); }

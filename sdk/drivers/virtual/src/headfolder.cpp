@@ -13,7 +13,9 @@ HeadFolder lookIntoHeadFolder() {
     HeadFolder folder;
     // The system's environment: on Windows the C library has a copy of its own, of the time when it was loaded.
     const auto environment = boost::this_process::environment();
-    const auto variable = environment.find(headsVariable);
+    // Not by its find(), which reads beyond variables that are shorter than the name.
+    const auto variable = std::find_if(environment.begin(), environment.end(),
+                                       [](const auto& entry) { return entry.get_name() == headsVariable; });
     if (variable == environment.end() || variable->to_string().empty())
         return folder;
     folder.path = variable->to_string();
