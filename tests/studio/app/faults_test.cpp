@@ -43,6 +43,19 @@ protected:
         EXPECT_THAT(studio.waitForLine("box").toStdString(), StartsWith(box.toStdString()));
         studio.command("accept");
     }
+
+    /// Replacing the file is refused in a box whose text begins so; it stays as it was, alone in its folder.
+    void expectKept(StudioProcess& studio, const QString& name, const QByteArray& earlier,
+                    const std::string& refusal) const {
+        EXPECT_THAT(studio.waitForLine("box").toStdString(), HasSubstr(name.toStdString() + " already exists."));
+        studio.command("answer Yes");
+        EXPECT_THAT(studio.waitForLine("box").toStdString(), StartsWith("box An exception occurred|" + refusal));
+        studio.command("accept");
+        close(studio);
+        EXPECT_EQ(read(name), earlier);
+        EXPECT_EQ(QDir(folder_.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                  QStringList{name});
+    }
 };
 
 class FailedSaves : public Faults, public testing::WithParamInterface<FailedSave> {};
@@ -90,15 +103,7 @@ TEST_F(Faults, AFullDiskLeavesTheEarlierDataFileWhole) {
     studio.command("trigger actionGrab");
     limitFiles(studio, 20'000);
     save(studio, name);
-    EXPECT_THAT(studio.waitForLine("box").toStdString(), HasSubstr("a.vdf already exists."));
-    studio.command("answer Yes");
-    EXPECT_THAT(studio.waitForLine("box").toStdString(),
-                StartsWith("box An exception occurred|File '" + path(name).toStdString() + "' cannot be written: "));
-    studio.command("accept");
-    close(studio);
-    EXPECT_EQ(read(name), earlier);
-    EXPECT_EQ(QDir(folder_.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-              QStringList{name});
+    expectKept(studio, name, earlier, "File '" + path(name).toStdString() + "' cannot be written: ");
 }
 
 TEST_F(Faults, AFullDiskLeavesTheEarlierSettingsFileWhole) {
@@ -111,15 +116,7 @@ TEST_F(Faults, AFullDiskLeavesTheEarlierSettingsFileWhole) {
     EXPECT_THAT(earlier.toStdString(), HasSubstr("Iris:"));
     limitFiles(studio, 500);
     saveSettings(studio, name);
-    EXPECT_THAT(studio.waitForLine("box").toStdString(), HasSubstr("camera.yml already exists."));
-    studio.command("answer Yes");
-    EXPECT_THAT(studio.waitForLine("box").toStdString(),
-                StartsWith("box An exception occurred|Cannot write the settings file '" + path(name).toStdString()));
-    studio.command("accept");
-    close(studio);
-    EXPECT_EQ(read(name), earlier);
-    EXPECT_EQ(QDir(folder_.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-              QStringList{name});
+    expectKept(studio, name, earlier, "Cannot write the settings file '" + path(name).toStdString());
 }
 
 TEST_F(Faults, AFullDiskLeavesThePreferencesWhole) {
