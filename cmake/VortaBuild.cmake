@@ -199,6 +199,20 @@ function(vorta_test name)
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()
 
+# vorta_studio_test(<name> COMMAND [ARGUMENT...])
+#
+# A test that operates the studio as a person would, with the demo head, on a screen of its own. Studios know of each other
+# by a file among the temporary ones: with a folder of its own for these the test runs beside others that start one. It
+# waits more than it computes, and is among the longest: it starts first.
+function(vorta_studio_test name)
+  set(temporary ${CMAKE_CURRENT_BINARY_DIR}/${name}-temporary)
+  file(MAKE_DIRECTORY ${temporary})
+  add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/with-screen ${ARGN})
+  set_tests_properties(${name} PROPERTIES
+    LABELS screen TIMEOUT 600 COST 1000
+    ENVIRONMENT "TMPDIR=${temporary};VORTA_VIRTUAL_HEADS=${PROJECT_SOURCE_DIR}/heads/demo")
+endfunction()
+
 # vorta_bench(<name> SOURCES ... LIBRARIES ...)
 function(vorta_bench name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})

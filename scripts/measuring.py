@@ -6,6 +6,7 @@ import subprocess
 
 import numpy as np
 from person import check, grab_screen, screen_rests, wait_for, xdotool
+from picture import read_picture
 
 SATURATED = 255
 VIEW_BACKGROUND = (32, 34, 38)
@@ -122,12 +123,9 @@ def check_files(folder, dragged):
 
 def check_cloud_is_shown(screenshot):
     """Whether the 3D view shows a coloured cloud: it fills some of the largest area with that view's background."""
-    picture = subprocess.run(["convert", screenshot, "-depth", "8", "ppm:-"], check=True, capture_output=True).stdout
-    header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+255\s", picture)
-    width, height = int(header[1]), int(header[2])
-    pixels = np.frombuffer(picture, np.uint8, offset=header.end()).reshape(height, width, 3)
+    pixels = read_picture(screenshot)
     rows, columns = np.nonzero(np.all(pixels == VIEW_BACKGROUND, axis=-1))
-    check(rows.size > 0.02 * width * height, "the 3D view's background is nowhere to be seen")
+    check(rows.size > 0.02 * pixels[..., 0].size, "the 3D view's background is nowhere to be seen")
     view = pixels[rows.min():rows.max() + 1, columns.min():columns.max() + 1].reshape(-1, 3)
     cloud = view[np.any(view != VIEW_BACKGROUND, axis=-1)]
     check(len(cloud) > 0.1 * len(view), f"the 3D view shows a cloud in {len(cloud)} of its {len(view)} pixels")

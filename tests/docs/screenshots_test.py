@@ -3,11 +3,11 @@
 
 screenshots_test.py SOURCES PROGRAMS ICONS OUT
 
-Two pictures are the same when they have the same size, differ by at most one grey level on average, and in no square of
-16 x 16 pixels by more than eight: scattered pixels of the 3D view may differ between processors, a word may not.
+Needs a screen of 1280 x 800 pixels. Two pictures are the same when they have the same size, differ by at most one grey
+level on average, and in no square of 16 x 16 pixels by more than eight: scattered pixels of the 3D view may differ
+between processors, a word may not.
 """
 
-import os
 import pathlib
 import shutil
 import subprocess
@@ -17,6 +17,11 @@ import unittest
 import numpy as np
 
 SOURCES, PROGRAMS, ICONS, OUT = (pathlib.Path(argument).resolve() for argument in sys.argv[1:5])
+
+sys.path.insert(0, str(SOURCES / "scripts"))
+# pylint: disable=wrong-import-position
+from picture import read_picture  # noqa: E402
+
 COMMITTED = SOURCES / "docs" / "images"
 
 LARGEST_MEAN = 1.0  # grey levels
@@ -31,16 +36,6 @@ Look at the new pictures in {OUT}. If they show what is meant, take them over:
     VORTA_SCREEN_SIZE=1280x800 scripts/with-screen scripts/screenshots {PROGRAMS} \\
         {ICONS} {COMMITTED}
 """
-
-
-def read(path, *changes):
-    """A picture as (rows, columns, 3), after changes in ImageMagick's words."""
-    data = subprocess.run(["convert", path, *changes, "-depth", "8", "ppm:-"], check=True, capture_output=True).stdout
-    kind, size, largest, pixels = data.split(b"\n", 3)
-    if (kind, largest) != (b"P6", b"255"):
-        raise ValueError(f"{path} cannot be read")
-    width, height = (int(number) for number in size.split())
-    return np.frombuffer(pixels, np.uint8).reshape(height, width, 3)
 
 
 def difference(new, old):
@@ -65,15 +60,14 @@ class Screenshots(unittest.TestCase):
     def test_pictures_are_what_the_program_shows(self):
         shutil.rmtree(OUT, ignore_errors=True)
         OUT.mkdir(parents=True)
-        made = subprocess.run([SOURCES / "scripts" / "with-screen", SOURCES / "scripts" / "screenshots", PROGRAMS,
-                               ICONS, OUT], env={**os.environ, "VORTA_SCREEN_SIZE": "1280x800"}, text=True,
+        made = subprocess.run([SOURCES / "scripts" / "screenshots", PROGRAMS, ICONS, OUT], text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
         self.assertEqual(made.returncode, 0, made.stdout)
         names = sorted(path.name for path in OUT.glob("*.png"))
         self.assertEqual(names, sorted(path.name for path in COMMITTED.glob("*.png")), REMEDY)
         for name in names:
             with self.subTest(picture=name):
-                found = difference(read(OUT / name), read(COMMITTED / name))
+                found = difference(read_picture(OUT / name), read_picture(COMMITTED / name))
                 self.assertEqual(found, "", f"docs/images/{name}: {found}.\n{REMEDY}")
 
     def test_pictures_are_small(self):
@@ -85,17 +79,17 @@ class Screenshots(unittest.TestCase):
     def test_another_word_is_another_picture(self):
         for path in COMMITTED.glob("*.png"):
             with self.subTest(picture=path.name):
-                picture = read(path)
+                picture = read_picture(path)
                 self.assertEqual(difference(picture, picture), "")
                 for place in ("northwest", "center", "southeast"):
-                    written = read(path, "-gravity", place, "-font", "DejaVu-Sans", "-pointsize", "12",
-                                   "-fill", "magenta", "-annotate", "+24+24", "Apply")
+                    written = read_picture(path, "-gravity", place, "-font", "DejaVu-Sans", "-pointsize", "12",
+                                           "-fill", "magenta", "-annotate", "+24+24", "Apply")
                     self.assertNotEqual(difference(written, picture), "", place)
 
     def test_scattered_pixels_are_no_other_picture(self):
         for path in COMMITTED.glob("*.png"):
             with self.subTest(picture=path.name):
-                picture = read(path)
+                picture = read_picture(path)
                 scattered = picture.copy()
                 scattered[::29, ::29] ^= 0x7F
                 self.assertEqual(difference(scattered, picture), "")
