@@ -11,15 +11,15 @@
 
 namespace {
 
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
 using Vorta::Testing::endure;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
 
 // Two kilobytes for each live frame, 20 for a capture, 40 for an unplug and 80 for a file, where the virtual head's
 // cloud, of 243 x 150 points, has 729. The log keeps some lines of each round, and the toolkit something of each box.
 constexpr std::size_t allowedBytes = 4'000'000;
 
-class StudioEndurance : public Vorta::Test::Window {
+class StudioEndurance : public Vorta::Testing::Window {
 protected:
     static void SetUpTestSuite() { Vorta::registerMetaTypes(); }
 

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <cstdlib>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 namespace {
 
@@ -101,4 +101,4 @@ int countColours(const QImage& image, int limit) {
     return colours.size();
 }
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -5,7 +5,7 @@
 #include <QString>
 #include <gtest/gtest.h>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// How far two images may differ and still count as the same.
 struct ImageTolerance {
@@ -24,4 +24,4 @@ testing::AssertionResult sameImage(const QImage& actual, const QImage& expected,
 /// The number of differently coloured pixels in `image`, counting stops at `limit`: 1 for a blank image.
 int countColours(const QImage& image, int limit = 4096);
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

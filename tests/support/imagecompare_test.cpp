@@ -7,7 +7,7 @@
 namespace {
 
 using testing::HasSubstr;
-using Vorta::Test::sameImage;
+using Vorta::Testing::sameImage;
 
 class SameImage : public testing::Test {
 public:
@@ -73,11 +73,11 @@ TEST_F(SameImage, RefusesAnotherSizeAndAnEmptyImage) {
 TEST(CountColours, CountsUpToTheLimit) {
     QImage image(4, 1, QImage::Format_ARGB32);
     image.fill(Qt::black);
-    EXPECT_EQ(Vorta::Test::countColours(image), 1);
+    EXPECT_EQ(Vorta::Testing::countColours(image), 1);
     image.setPixel(0, 0, qRgb(1, 0, 0));
     image.setPixel(1, 0, qRgb(2, 0, 0));
-    EXPECT_EQ(Vorta::Test::countColours(image), 3);
-    EXPECT_EQ(Vorta::Test::countColours(image, 2), 2);
+    EXPECT_EQ(Vorta::Testing::countColours(image), 3);
+    EXPECT_EQ(Vorta::Testing::countColours(image, 2), 2);
 }
 
 } // namespace

@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 #include <utility>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 namespace {
 
@@ -89,10 +89,10 @@ void click(QWidget& box, const QString& name) {
 }
 
 void pressEscape(QWidget& box) {
-    // Straight to the box: as long as the window manager has not made it active, the key would be a shortcut of the
-    // window behind it, and a box that is opened again at once may never become active.
+    // Straight to the box: as long as the window manager has not made it active, the application would take the key for
+    // a shortcut of the window behind it, and a box that is opened again at once may never become active.
     QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-    QCoreApplication::sendEvent(&box, &press);
+    static_cast<QObject&>(box).event(&press);
 }
 
 void chooseFile(QWidget& box, const QString& path) {
@@ -162,4 +162,4 @@ void ModalDriver::poll() {
     steps_.pop_front();
 }
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -12,7 +12,7 @@
 #include <functional>
 #include <vector>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// Drives the modal boxes that appear while it lives, one queued step a box, in the order of their appearance:
 ///
@@ -65,4 +65,4 @@ private:
     std::vector<Box> seen_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -9,7 +9,7 @@
 
 namespace {
 
-using Vorta::Test::ModalDriver;
+using Vorta::Testing::ModalDriver;
 
 TEST(ModalDriver, ReadsAndAnswersAMessageBox) {
     QWidget parent;

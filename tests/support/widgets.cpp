@@ -8,7 +8,7 @@
 #include <QWindow>
 #include <algorithm>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 namespace {
 
@@ -75,4 +75,4 @@ QImage widgetPixels(const QImage& grabbed) {
     return image;
 }
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

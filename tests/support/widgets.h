@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The one descendant of `root` at `path`: object names separated by '/', each a descendant at any depth of the one
 /// before, for instance "CameraImageWidget/toolBar".
@@ -47,4 +47,4 @@ QImage grabFromScreen(const QWidget& widget);
 /// The same picture with one pixel for each pixel of the widget, whatever the screen's scale.
 QImage widgetPixels(const QImage& grabbed);
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

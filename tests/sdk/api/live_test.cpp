@@ -1,4 +1,5 @@
 #include "sdk/api/testtools.h"
+#include "support/counter.h"
 #include "support/virtualhead.h"
 
 #include "vorta/api/application.h"
@@ -62,31 +63,6 @@ private:
     std::shared_future<void> opened_{promise_.get_future()};
 };
 
-/// Counts the captures of a camera that logs its steps, whether or not a frame of them is delivered.
-class CaptureCounter {
-public:
-    void add() {
-        const std::lock_guard lock(mutex_);
-        ++count_;
-        grown_.notify_all();
-    }
-
-    int count() {
-        const std::lock_guard lock(mutex_);
-        return count_;
-    }
-
-    bool waitFor(int count) {
-        std::unique_lock lock(mutex_);
-        return grown_.wait_for(lock, patience, [&] { return count_ >= count; });
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable grown_;
-    int count_ = 0;
-};
-
 class LiveTest : public ::testing::Test {
 protected:
     LiveTest() {
@@ -112,7 +88,7 @@ protected:
         return !camera.state().live;
     }
 
-    CaptureCounter captures;
+    Testing::Counter captures; // of a camera that logs its steps, whether or not a frame is delivered
     VirtualHeads heads;
     Application application;
     Camera camera;

@@ -2,51 +2,25 @@
 
 #include "sdk/api/testtools.h"
 #include "support/allocations.h"
+#include "support/counter.h"
 #include "support/virtualhead.h"
 
 #include "vorta/api/application.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace Vorta {
 namespace {
 
+using Testing::Counter;
 using Testing::TemporaryFolder;
 using Testing::VirtualHeads;
 
 // Large enough that its clouds come from kept memory, and that every image is large.
 const Testing::VirtualHead largeHead{.serialNumber = "T-1", .width = 486, .height = 300};
-
-/// Counts up to whatever another thread waits for.
-class Counter {
-public:
-    void add() {
-        const std::lock_guard lock(mutex_);
-        ++count_;
-        grown_.notify_all();
-    }
-
-    int count() {
-        const std::lock_guard lock(mutex_);
-        return count_;
-    }
-
-    bool waitFor(int count) {
-        std::unique_lock lock(mutex_);
-        return grown_.wait_for(lock, std::chrono::seconds(60), [&] { return count_ >= count; });
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable grown_;
-    int count_ = 0;
-};
 
 struct Window {
     Frame shown;

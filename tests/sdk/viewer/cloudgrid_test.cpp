@@ -1,4 +1,5 @@
 #include "cloudgrid.h"
+#include "sdk/viewer/points.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -11,17 +12,10 @@ using Vorta::boundsOf;
 using Vorta::CloudBounds;
 using Vorta::CloudGrid;
 using Vorta::Point;
+using Vorta::Testing::at;
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
-
-Point at(float x, float y, float z) {
-    Point p;
-    p.x = x;
-    p.y = y;
-    p.z = z;
-    return p;
-}
 
 /// Column number as x, row number as y.
 std::vector<Point> plane(std::size_t height, std::size_t width, float z) {

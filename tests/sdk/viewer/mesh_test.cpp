@@ -1,4 +1,5 @@
 #include "mesh.h"
+#include "sdk/viewer/points.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -9,16 +10,9 @@ namespace {
 using Vorta::CloudGrid;
 using Vorta::meshGrid;
 using Vorta::Point;
+using Vorta::Testing::at;
 
 using Indices = std::vector<std::uint32_t>;
-
-Point at(double x, double y, double z) {
-    Point p;
-    p.x = static_cast<float>(x);
-    p.y = static_cast<float>(y);
-    p.z = static_cast<float>(z);
-    return p;
-}
 
 Point missing() {
     return at(0.0, 0.0, std::numeric_limits<double>::quiet_NaN());

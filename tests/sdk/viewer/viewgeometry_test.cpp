@@ -1,3 +1,4 @@
+#include "sdk/viewer/points.h"
 #include "viewgeometry.h"
 
 #include <array>
@@ -17,14 +18,7 @@ using Vorta::GlMatrix;
 using Vorta::Point;
 using Vorta::VMouseAction;
 using Vorta::VTrackBall;
-
-Point at(double x, double y, double z) {
-    Point p;
-    p.x = static_cast<float>(x);
-    p.y = static_cast<float>(y);
-    p.z = static_cast<float>(z);
-    return p;
-}
+using Vorta::Testing::at;
 
 /// A square of 200 x 200 mm at a depth of 500 mm, points every 2 mm.
 CloudGrid squareGrid() {

@@ -12,8 +12,8 @@ namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-using Vorta::Test::SessionTest;
-using Vorta::Test::StudioProcess;
+using Vorta::Testing::SessionTest;
+using Vorta::Testing::StudioProcess;
 
 /// How each format says that it could not be saved; %1 is the file.
 struct FailedSave {

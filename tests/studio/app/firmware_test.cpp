@@ -5,7 +5,7 @@
 
 namespace {
 
-using Vorta::Test::StudioProcess;
+using Vorta::Testing::StudioProcess;
 
 TEST(Firmware, OfTheHeadIsUpdatedAndTheNextStartConnects) {
     const Vorta::Testing::VirtualHeads heads({.serialNumber = "T-0001", .firmware = "VORTA 0.9.20"});

@@ -16,7 +16,7 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using Vorta::Test::StudioProcess;
+using Vorta::Testing::StudioProcess;
 using Vorta::Testing::VirtualHeads;
 
 /// The program's preferences over several starts.

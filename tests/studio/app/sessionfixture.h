@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// Sessions with the real program, which has one head and a home of its own. `folder_` is for what the user saves.
 class SessionTest : public testing::Test {
@@ -88,4 +88,4 @@ protected:
     QTemporaryDir folder_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -8,7 +8,7 @@
 
 namespace {
 
-using Vorta::Test::StudioProcess;
+using Vorta::Testing::StudioProcess;
 using Vorta::Testing::VirtualHeads;
 
 class Startup : public testing::Test {

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The real program in a process of its own, with a home of its own, told and observed through its pipes.
 class StudioProcess {
@@ -91,4 +91,4 @@ private:
     int read_ = 0;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

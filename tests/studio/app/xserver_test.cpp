@@ -4,8 +4,8 @@
 
 namespace {
 
-using Vorta::Test::SessionTest;
-using Vorta::Test::StudioProcess;
+using Vorta::Testing::SessionTest;
+using Vorta::Testing::StudioProcess;
 
 /// An X server without a window manager, as long as this object or until it is ended.
 class XServer {

@@ -10,9 +10,9 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::LoggedTexts;
+using Vorta::Testing::LoggedTexts;
 
-class Capture : public Vorta::Test::ControllerTest {
+class Capture : public Vorta::Testing::ControllerTest {
 protected:
     static FrameSpec hdrSpec(std::vector<std::uint64_t> irises) {
         FrameSpec result = spec();

@@ -21,11 +21,11 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::LoggedTexts;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
+using Vorta::Testing::LoggedTexts;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
 
-class Connection : public Vorta::Test::ControllerTest {
+class Connection : public Vorta::Testing::ControllerTest {
 protected:
     QTimer& pollTimer() { return *controller_->findChild<QTimer*>(); }
     void poll() { controller_->slotHandleCameraPollTimer(); }

@@ -14,9 +14,9 @@ namespace {
 
 using namespace Vorta;
 
-using Vorta::Test::LoggedTexts;
+using Vorta::Testing::LoggedTexts;
 
-class Controller : public Vorta::Test::ControllerTest {};
+class Controller : public Vorta::Testing::ControllerTest {};
 
 TEST_F(Controller, SignalsAndSlotsStandInTheirOrder) {
     std::vector<std::string> signatures;
@@ -169,7 +169,7 @@ TEST_F(Controller, CaptureOfAVanishedHeadIsAnErrorAndKeepsTheRecord) {
 
 TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
     heads_.plug({.serialNumber = "T-2"});
-    Vorta::Test::ModalDriver boxes;
+    Vorta::Testing::ModalDriver boxes;
     boxes.thenClick(QStringLiteral("OK"));
     start();
     ASSERT_EQ(boxes.seen().size(), 1U);
@@ -180,7 +180,7 @@ TEST_F(Controller, SeveralHeadsAreOfferedByLabel) {
 
 TEST_F(Controller, CancelledChoiceTakesTheFirstHead) {
     heads_.plug({.serialNumber = "T-2"});
-    Vorta::Test::ModalDriver boxes;
+    Vorta::Testing::ModalDriver boxes;
     boxes.thenCancel();
     start();
     ASSERT_EQ(infos_->count(), 1);

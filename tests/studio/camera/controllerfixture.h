@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The texts of the log, from whatever thread they come.
 class LoggedTexts {
@@ -114,4 +114,4 @@ protected:
     DeviceCloud lastCloud_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -25,8 +25,8 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
 
 const QString programName = QStringLiteral("VortaFirmwareUpdater.exe");
 

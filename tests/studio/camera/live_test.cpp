@@ -9,10 +9,10 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::LoggedTexts;
-using Vorta::Test::waitFor;
+using Vorta::Testing::LoggedTexts;
+using Vorta::Testing::waitFor;
 
-class Live : public Vorta::Test::ControllerTest {
+class Live : public Vorta::Testing::ControllerTest {
 protected:
     void startLive() {
         controller_->measure(liveSpec());

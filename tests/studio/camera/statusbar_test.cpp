@@ -10,9 +10,9 @@ namespace {
 
 using Vorta::CameraState;
 using Vorta::CameraStatus;
-using Vorta::Test::find;
-using Vorta::Test::showAndActivate;
-using Vorta::Test::waitFor;
+using Vorta::Testing::find;
+using Vorta::Testing::showAndActivate;
+using Vorta::Testing::waitFor;
 
 class StatusBarTest : public testing::Test {
 protected:

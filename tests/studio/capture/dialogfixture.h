@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 class DialogTest : public testing::Test {
 protected:
@@ -85,4 +85,4 @@ protected:
     std::unique_ptr<VortaInterface> controller_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -11,8 +11,8 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::GcpsTest;
-using Vorta::Test::waitFor;
+using Vorta::Testing::GcpsTest;
+using Vorta::Testing::waitFor;
 
 class Capturing : public GcpsTest {
 protected:

@@ -9,8 +9,8 @@
 namespace {
 
 using Vorta::Settings;
-using Vorta::Test::GcpsTest;
-using Vorta::Test::showAndActivate;
+using Vorta::Testing::GcpsTest;
+using Vorta::Testing::showAndActivate;
 
 class Dialog : public GcpsTest {};
 
@@ -317,7 +317,7 @@ TEST_F(Dialog, ControlIsForgottenWithTheFocus) {
     QWidget other;
     showAndActivate(other);
     EXPECT_TRUE(
-        Vorta::Test::waitFor([&] { return part<QPushButton>("measureButton").text() == QLatin1String("&Grab"); }));
+        Vorta::Testing::waitFor([&] { return part<QPushButton>("measureButton").text() == QLatin1String("&Grab"); }));
     QTest::keyRelease(&other, Qt::Key_Control);
 }
 

@@ -8,7 +8,7 @@
 #include <QDoubleSpinBox>
 #include <QListView>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 class GcpsTest : public DialogTest {
 protected:
@@ -49,4 +49,4 @@ protected:
     std::unique_ptr<GcpsDialog> dialog_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

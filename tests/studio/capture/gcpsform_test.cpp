@@ -6,7 +6,7 @@
 
 namespace {
 
-class Form : public Vorta::Test::GcpsTest {};
+class Form : public Vorta::Testing::GcpsTest {};
 
 TEST_F(Form, IsBuiltFromItsForm) {
     open();

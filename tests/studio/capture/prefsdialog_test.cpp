@@ -8,8 +8,8 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::PrefsTest;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::PrefsTest;
 
 class Preferences : public PrefsTest {};
 
@@ -51,7 +51,7 @@ TEST_F(Preferences, ApplyHandsOutWhatTheControlsShow) {
     dialog_ = std::make_unique<PrefsDialog>(controller());
     QObject::connect(dialog_.get(), &PrefsDialog::preferencesApplied, &controller(), &VortaInterface::setSettings);
     dialog().show();
-    Vorta::Test::showAndActivate(dialog());
+    Vorta::Testing::showAndActivate(dialog());
     type(edit("minContrastEdit"), "2.25");
     QTest::keyClick(&part<QCheckBox>("disconnectedEnabledBox"), Qt::Key_Space);
     type(edit("disconnectedThresholdEdit"), "7.125");
@@ -290,11 +290,11 @@ TEST_F(Preferences, ABrokenStoreDoesNotKeepThemFromOpening) {
             EXPECT_EQ(controller().settings(), Settings{})
                 << key.toStdString() << " " << broken.toString().toStdString();
             const auto text = [&](const char* name) {
-                return Vorta::Test::find<QLineEdit>(broke, QLatin1String(name)).text();
+                return Vorta::Testing::find<QLineEdit>(broke, QLatin1String(name)).text();
             };
             EXPECT_EQ(text("minContrastEdit"), QStringLiteral("5.00"));
             EXPECT_EQ(text("disconnectedThresholdEdit"), QStringLiteral("5.000"));
-            EXPECT_EQ(Vorta::Test::find<QComboBox>(broke, QStringLiteral("logThresholdComboBox")).currentText(),
+            EXPECT_EQ(Vorta::Testing::find<QComboBox>(broke, QStringLiteral("logThresholdComboBox")).currentText(),
                       QStringLiteral("Info"));
         }
 }

@@ -8,9 +8,9 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::find;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::PrefsTest;
+using Vorta::Testing::find;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::PrefsTest;
 
 class ExpertSettings : public PrefsTest {
 protected:

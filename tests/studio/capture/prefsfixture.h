@@ -18,7 +18,7 @@
 #include <initializer_list>
 #include <utility>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 class PrefsTest : public DialogTest {
 protected:
@@ -78,4 +78,4 @@ protected:
     int applied_ = 0; ///< times that settings were handed out
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -5,7 +5,7 @@
 
 namespace {
 
-class PreferencesForm : public Vorta::Test::PrefsTest {};
+class PreferencesForm : public Vorta::Testing::PrefsTest {};
 
 TEST_F(PreferencesForm, AreBuiltFromTheirForm) {
     open();

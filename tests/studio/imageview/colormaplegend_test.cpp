@@ -11,9 +11,9 @@
 
 namespace {
 
-using Vorta::Test::grabFromScreen;
-using Vorta::Test::showAndActivate;
-using Vorta::Test::widgetPixels;
+using Vorta::Testing::grabFromScreen;
+using Vorta::Testing::showAndActivate;
+using Vorta::Testing::widgetPixels;
 
 constexpr int shownHeight = 201;
 
@@ -30,7 +30,7 @@ protected:
 
     /// Ink of the labels between two rows.
     static bool hasText(const QImage& image, int top, int bottom) {
-        return Vorta::Test::countColours(image.copy(35, top, image.width() - 35, bottom - top)) > 1;
+        return Vorta::Testing::countColours(image.copy(35, top, image.width() - 35, bottom - top)) > 1;
     }
 
     static int distance(QRgb a, QRgb b) {
@@ -110,14 +110,14 @@ TEST_F(Legend, LabelsAreTheDepthsOfTheirTicks) {
     painter.end();
     const QRect labels(QPoint(35, 0) * image.devicePixelRatio(), image.rect().bottomRight());
     EXPECT_TRUE(
-        Vorta::Test::sameImage(image.copy(labels), expected.toImage().copy(labels), QStringLiteral("legendLabels")));
+        Vorta::Testing::sameImage(image.copy(labels), expected.toImage().copy(labels), QStringLiteral("legendLabels")));
 }
 
 TEST_F(Legend, FollowsTheMap) {
     const QImage before = shown();
     map_.setup(500.0F, 600.0F, ColorMap::blackToWhite);
     legend_.update();
-    ASSERT_TRUE(Vorta::Test::waitFor([&] { return shownNow() != before; }));
+    ASSERT_TRUE(Vorta::Testing::waitFor([&] { return shownNow() != before; }));
     const QImage image = shownNow();
     EXPECT_LE(distance(image.pixel(10, 1), qRgb(255, 255, 255)), 6);
     EXPECT_LE(distance(image.pixel(10, shownHeight - 2), qRgb(0, 0, 0)), 6);

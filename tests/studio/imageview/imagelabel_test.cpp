@@ -9,10 +9,10 @@
 
 namespace {
 
-using Vorta::Test::grabFromScreen;
-using Vorta::Test::showAndActivate;
-using Vorta::Test::waitFor;
-using Vorta::Test::widgetPixels;
+using Vorta::Testing::grabFromScreen;
+using Vorta::Testing::showAndActivate;
+using Vorta::Testing::waitFor;
+using Vorta::Testing::widgetPixels;
 
 class Label : public testing::Test {
 protected:

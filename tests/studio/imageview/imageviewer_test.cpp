@@ -14,9 +14,9 @@
 
 namespace {
 
-using Vorta::Test::grabFromScreen;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
+using Vorta::Testing::grabFromScreen;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
 
 class Viewer : public ViewerFixture {};
 
@@ -288,7 +288,7 @@ TEST_P(SavedImage, HasTheMeasuredPixels) {
                   QStringLiteral("PNG image (*.png);;JPEG image (*.png);;BMP image (*.bmp)"));
         dialog.selectNameFilter(wanted);
         Q_EMIT dialog.filterSelected(wanted);
-        Vorta::Test::find<QLineEdit>(dialog, QStringLiteral("fileNameEdit"))
+        Vorta::Testing::find<QLineEdit>(dialog, QStringLiteral("fileNameEdit"))
             .setText(folder_.filePath(QStringLiteral("picture")));
         QMetaObject::invokeMethod(&dialog, "accept", Qt::QueuedConnection);
     });

@@ -13,8 +13,8 @@
 
 namespace {
 
-using Vorta::Test::grabFromScreen;
-using Vorta::Test::waitFor;
+using Vorta::Testing::grabFromScreen;
+using Vorta::Testing::waitFor;
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr QRgb blue = 0xFF0000FF;
@@ -112,7 +112,7 @@ TEST_F(DepthViewer, LegendShowsARangeAtOnce) {
         before = grabFromScreen(legend);
         return changed;
     };
-    ASSERT_TRUE(waitFor([&] { return Vorta::Test::countColours(before = grabFromScreen(legend)) > 100; }));
+    ASSERT_TRUE(waitFor([&] { return Vorta::Testing::countColours(before = grabFromScreen(legend)) > 100; }));
     viewer_.setDepthImage(depths(), 500.0F, 900.0F);
     EXPECT_TRUE(becomesAnother()) << "a frame's range";
     minimum().setValue(520.0);

@@ -14,9 +14,9 @@
 
 namespace {
 
-using Vorta::Test::grabFromScreen;
-using Vorta::Test::waitFor;
-using Vorta::Test::widgetPixels;
+using Vorta::Testing::grabFromScreen;
+using Vorta::Testing::waitFor;
+using Vorta::Testing::widgetPixels;
 
 constexpr QRgb orangeColor = 0xffff8000;
 // Half of each component and half of the mask's blue: alpha 128 of 255.
@@ -320,7 +320,7 @@ TEST(EmptyViewer, HasNothingToSelect) {
     ImageViewer viewer;
     for (const char* name : {"actionSelect_Rectangle", "actionCross_section", "actionSelect_Polygon",
                              "actionToggle_mask", "actionDelete_Mask", "actionInvert", "actionApply_mask"})
-        EXPECT_FALSE(Vorta::Test::find<QAction>(viewer, QLatin1String(name)).isEnabled()) << name;
+        EXPECT_FALSE(Vorta::Testing::find<QAction>(viewer, QLatin1String(name)).isEnabled()) << name;
 }
 
 } // namespace

@@ -19,12 +19,12 @@ class ViewerFixture : public testing::Test {
 protected:
     void show(QSize size = {690, 400}) {
         viewer_.resize(size);
-        Vorta::Test::showAndActivate(viewer_);
+        Vorta::Testing::showAndActivate(viewer_);
     }
 
     template <class T = QWidget>
     T& part(const char* name) const {
-        return Vorta::Test::find<T>(viewer_, QLatin1String(name));
+        return Vorta::Testing::find<T>(viewer_, QLatin1String(name));
     }
 
     QAction& action(const char* name) const { return part<QAction>(name); }

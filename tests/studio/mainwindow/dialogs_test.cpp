@@ -19,9 +19,9 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::Window;
-using Vorta::Test::World;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::Window;
+using Vorta::Testing::World;
 
 class WindowDialogs : public Window {
 protected:
@@ -31,8 +31,8 @@ protected:
     }
 
     void addIris(int value) {
-        Vorta::Test::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("irisSpinBox")).setValue(value);
-        Vorta::Test::find<QPushButton>(dialog<GcpsDialog>(), QStringLiteral("irisAddButton")).click();
+        Vorta::Testing::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("irisSpinBox")).setValue(value);
+        Vorta::Testing::find<QPushButton>(dialog<GcpsDialog>(), QStringLiteral("irisAddButton")).click();
     }
 
     static std::string cameraSetting(const char* path) {
@@ -55,15 +55,15 @@ TEST_F(WindowDialogs, HdrNeedsTwoIrisValues) {
     EXPECT_FALSE(action("actionHDR").isEnabled());
     addIris(12);
     EXPECT_TRUE(action("actionHDR").isEnabled());
-    Vorta::Test::find<QPushButton>(dialog<GcpsDialog>(), QStringLiteral("irisClearButton")).click();
+    Vorta::Testing::find<QPushButton>(dialog<GcpsDialog>(), QStringLiteral("irisClearButton")).click();
     EXPECT_FALSE(action("actionHDR").isEnabled());
     EXPECT_TRUE(action("actionGrab").isEnabled());
 }
 
 TEST_F(WindowDialogs, ToolbarMeasuresWithTheCaptureDialogsValues) {
     show();
-    Vorta::Test::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("exposureTimeSpinBox")).setValue(4321);
-    Vorta::Test::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("irisSpinBox")).setValue(25);
+    Vorta::Testing::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("exposureTimeSpinBox")).setValue(4321);
+    Vorta::Testing::find<QSpinBox>(dialog<GcpsDialog>(), QStringLiteral("irisSpinBox")).setValue(25);
     grab();
     EXPECT_EQ(cameraSetting("ExposureTime"), "4321");
     EXPECT_EQ(cameraSetting("Iris"), "25");
@@ -113,8 +113,8 @@ TEST_F(WindowDialogs, AppliedPreferencesReachTheCameraAndTheNextStart) {
     show();
     action("actionPreferences").trigger();
     auto& preferences = dialog<PrefsDialog>();
-    Vorta::Test::find<QDoubleSpinBox>(preferences, QStringLiteral("colorBalanceRedSpinBox")).setValue(1.5);
-    Vorta::Test::find<QDialogButtonBox>(preferences, QStringLiteral("buttonBox"))
+    Vorta::Testing::find<QDoubleSpinBox>(preferences, QStringLiteral("colorBalanceRedSpinBox")).setValue(1.5);
+    Vorta::Testing::find<QDialogButtonBox>(preferences, QStringLiteral("buttonBox"))
         .button(QDialogButtonBox::Apply)
         ->click();
     EXPECT_EQ(cameraSetting("RedBalance"), "1.5");
@@ -125,7 +125,7 @@ TEST_F(WindowDialogs, AppliedPreferencesReachTheCameraAndTheNextStart) {
 
 TEST_F(WindowDialogs, SettingsDockIsHiddenUntilAskedForAndShowsBothSettings) {
     show();
-    auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("SettingsDockWidget"));
+    auto& dock = Vorta::Testing::find<QDockWidget>(window_, QStringLiteral("SettingsDockWidget"));
     EXPECT_FALSE(dock.isVisible());
     EXPECT_FALSE(action("actionSettings").isChecked());
     EXPECT_EQ(dock.windowTitle(), QStringLiteral("Settings"));

@@ -16,9 +16,9 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::Window;
-using Vorta::Test::World;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::Window;
+using Vorta::Testing::World;
 
 TEST_F(Window, SaveWithoutAMeasurementShowsNoDialog) {
     const ModalDriver boxes;
@@ -94,9 +94,9 @@ TEST_F(Window, OpenedFileShowsWhatSavingWrites) {
     controller_.setSettingsQuietly(settings);
     MainWindow fresh(controller_);
     fresh.show();
-    EXPECT_TRUE(Vorta::Test::waitFor([&] { return !viewIsPlain(fresh); })) << "the grid";
+    EXPECT_TRUE(Vorta::Testing::waitFor([&] { return !viewIsPlain(fresh); })) << "the grid";
     fresh.openFile(path("a.vdf"));
-    EXPECT_TRUE(Vorta::Test::waitFor([&] { return viewIsPlain(fresh); }));
+    EXPECT_TRUE(Vorta::Testing::waitFor([&] { return viewIsPlain(fresh); }));
     EXPECT_TRUE(std::isnan(controller_.record()->maskedPointCloud()(75, 121).z));
 }
 

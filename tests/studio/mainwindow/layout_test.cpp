@@ -8,14 +8,14 @@
 
 namespace {
 
-using Vorta::Test::waitFor;
-using Vorta::Test::Window;
-using Vorta::Test::World;
+using Vorta::Testing::waitFor;
+using Vorta::Testing::Window;
+using Vorta::Testing::World;
 
 class Layout : public Window {
 protected:
-    QWidget& part(const char* name) { return Vorta::Test::find<QWidget>(window_, QLatin1String(name)); }
-    QDockWidget& dock(const char* name) { return Vorta::Test::find<QDockWidget>(window_, QLatin1String(name)); }
+    QWidget& part(const char* name) { return Vorta::Testing::find<QWidget>(window_, QLatin1String(name)); }
+    QDockWidget& dock(const char* name) { return Vorta::Testing::find<QDockWidget>(window_, QLatin1String(name)); }
 
     void expectDefaultLayout() {
         EXPECT_TRUE(waitFor([this] { return window_.isMaximized(); }));
@@ -80,7 +80,7 @@ TEST_F(Layout, ClosingKeepsItForTheNextStart) {
     next.show();
     EXPECT_TRUE(waitFor([&] { return next.isVisible() && next.size() == smallSize; }));
     EXPECT_FALSE(next.isMaximized());
-    EXPECT_FALSE(Vorta::Test::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
+    EXPECT_FALSE(Vorta::Testing::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
 }
 
 TEST_F(Layout, HalfOfOneIsNotRestored) {

@@ -26,9 +26,9 @@
 namespace {
 
 using namespace Vorta;
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
-using Vorta::Test::Window;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
+using Vorta::Testing::Window;
 
 TEST_F(Window, HasItsMenusInOrder) {
     QStringList menus;
@@ -49,18 +49,18 @@ TEST_F(Window, HasItsMenusInOrder) {
 
 TEST_F(Window, HasItsDocksInTheirAreas) {
     const auto area = [this](const char* name) {
-        return window_.dockWidgetArea(&Vorta::Test::find<QDockWidget>(window_, QLatin1String(name)));
+        return window_.dockWidgetArea(&Vorta::Testing::find<QDockWidget>(window_, QLatin1String(name)));
     };
     EXPECT_EQ(area("camDockWidget"), Qt::RightDockWidgetArea);
     EXPECT_EQ(area("depthDockWidget"), Qt::RightDockWidgetArea);
     EXPECT_EQ(area("logDockWidget_"), Qt::BottomDockWidgetArea);
-    EXPECT_EQ(Vorta::Test::find<QDockWidget>(window_, QStringLiteral("camDockWidget")).windowTitle(),
+    EXPECT_EQ(Vorta::Testing::find<QDockWidget>(window_, QStringLiteral("camDockWidget")).windowTitle(),
               QStringLiteral("Camera Image"));
     EXPECT_EQ(window_.centralWidget()->objectName(), QStringLiteral("PointCloudWidget"));
 }
 
 TEST_F(Window, ToolBarCarriesItsGroups) {
-    const auto& toolBar = Vorta::Test::find<QToolBar>(window_, QStringLiteral("ToolBar"));
+    const auto& toolBar = Vorta::Testing::find<QToolBar>(window_, QStringLiteral("ToolBar"));
     QStringList texts;
     for (const QAction* entry : toolBar.actions())
         texts += entry->isSeparator() ? QStringLiteral("|") : entry->text();
@@ -85,15 +85,15 @@ TEST_F(Window, WithoutACameraNothingCanBeMeasuredOrSaved) {
 
 TEST_F(Window, GrabFillsAllThreeViews) {
     show();
-    auto& cameraImage = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    const QImage before = Vorta::Test::grabFromScreen(cameraImage);
-    const QImage viewBefore = Vorta::Test::grabFromScreen(*window_.centralWidget());
+    auto& cameraImage = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    const QImage before = Vorta::Testing::grabFromScreen(cameraImage);
+    const QImage viewBefore = Vorta::Testing::grabFromScreen(*window_.centralWidget());
     grab();
     QCoreApplication::processEvents();
     EXPECT_TRUE(action("actionSave").isEnabled());
-    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
-    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
-    EXPECT_TRUE(Vorta::Test::find<QToolBar>(window_, QStringLiteral("DepthImageWidget/toolBarDepth")).isVisible());
+    EXPECT_TRUE(waitFor([&] { return Vorta::Testing::grabFromScreen(cameraImage) != before; }));
+    EXPECT_TRUE(waitFor([&] { return Vorta::Testing::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
+    EXPECT_TRUE(Vorta::Testing::find<QToolBar>(window_, QStringLiteral("DepthImageWidget/toolBarDepth")).isVisible());
 }
 
 TEST_F(Window, CaptureShowsAWaitCursorOnlyWhileItRuns) {
@@ -153,23 +153,23 @@ TEST_F(Window, LostHeadEndsLiveInTheWindowToo) {
 
 TEST_F(Window, HdrFillsTheViews) {
     show();
-    auto& cameraImage = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    const QImage before = Vorta::Test::grabFromScreen(cameraImage);
-    const QImage viewBefore = Vorta::Test::grabFromScreen(*window_.centralWidget());
+    auto& cameraImage = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    const QImage before = Vorta::Testing::grabFromScreen(cameraImage);
+    const QImage viewBefore = Vorta::Testing::grabFromScreen(*window_.centralWidget());
     FrameSpec request = spec();
     request.irisHDRValues = {31, 12};
     controller_.measure(request);
     EXPECT_TRUE(action("actionSave").isEnabled());
-    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(cameraImage) != before; }));
-    EXPECT_TRUE(waitFor([&] { return Vorta::Test::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
+    EXPECT_TRUE(waitFor([&] { return Vorta::Testing::grabFromScreen(cameraImage) != before; }));
+    EXPECT_TRUE(waitFor([&] { return Vorta::Testing::grabFromScreen(*window_.centralWidget()) != viewBefore; }));
 }
 
 TEST_F(Window, MaskOfTheCameraImageReachesTheRecord) {
     show();
     grab();
-    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    auto& viewer = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
     const auto record = controller_.record();
     EXPECT_EQ(cv::countNonZero(record->mask() == 5), 243 * 150) << "nothing is selected, so all lies outside";
     EXPECT_TRUE(std::isnan(record->maskedPointCloud()(75, 121).z));
@@ -179,30 +179,30 @@ TEST_F(Window, MaskOfTheCameraImageReachesTheRecord) {
 TEST_F(Window, MasksKeepTheirPlaceInAFloatingDockAndBack) {
     show();
     grab();
-    auto& dock = Vorta::Test::find<QDockWidget>(window_, QStringLiteral("camDockWidget"));
-    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    auto& label = Vorta::Test::find<ImageLabel>(viewer, QStringLiteral("imageLabel"));
+    auto& dock = Vorta::Testing::find<QDockWidget>(window_, QStringLiteral("camDockWidget"));
+    auto& viewer = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    auto& label = Vorta::Testing::find<ImageLabel>(viewer, QStringLiteral("imageLabel"));
     const auto at = [&](int x, int y) { return ImagePlacement({243, 150}, label.size()).toWidget({x, y}); };
-    const auto color = [&](int x, int y) { return QColor(Vorta::Test::grabFromScreen(label).pixel(at(x, y))); };
+    const auto color = [&](int x, int y) { return QColor(Vorta::Testing::grabFromScreen(label).pixel(at(x, y))); };
     dock.setFloating(true);
     dock.resize(500, 420);
     ASSERT_TRUE(waitFor([&] { return dock.isFloating() && label.width() > 450; }));
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
     QTest::mousePress(&label, Qt::LeftButton, {}, at(60, 40));
     QTest::mouseMove(&label, at(120, 80));
     QTest::mouseRelease(&label, Qt::LeftButton, {}, at(180, 110));
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
     const cv::Mat_<uchar> mask = controller_.record()->mask();
     EXPECT_EQ(cv::countNonZero(mask(cv::Rect(62, 42, 116, 66)) == 5), 116 * 66);
     for (const cv::Point outside : {cv::Point(120, 36), cv::Point(56, 75), cv::Point(184, 75), cv::Point(120, 114)})
         EXPECT_EQ(mask(outside), 0) << outside;
 
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionSelect_Rectangle")).trigger();
     const auto looksMasked = [&] {
         return color(120, 75).blue() > color(120, 75).red() + 60 && color(120, 120).blue() < color(120, 120).red() + 30;
     };
     EXPECT_FALSE(looksMasked());
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionToggle_mask")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionToggle_mask")).trigger();
     EXPECT_TRUE(waitFor(looksMasked));
     dock.setFloating(false);
     EXPECT_TRUE(waitFor([&] { return !dock.isFloating() && looksMasked(); }));
@@ -212,13 +212,13 @@ TEST_F(Window, MaskedPointsLeaveTheView) {
     show();
     grab();
     EXPECT_TRUE(waitFor([&] { return !viewIsPlain(window_); }));
-    auto& viewer = Vorta::Test::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    auto& viewer = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
     EXPECT_TRUE(waitFor([&] { return viewIsPlain(window_); })) << "all is masked";
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionDelete_Mask")).trigger();
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
-    Vorta::Test::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionDelete_Mask")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionInvert")).trigger();
+    Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionApply_mask")).trigger();
     EXPECT_TRUE(waitFor([&] { return !viewIsPlain(window_); })) << "an empty mask hides nothing";
 }
 
@@ -255,7 +255,7 @@ TEST_F(Window, ControllersMessagesComeAsBoxesOfTheWindow) {
 }
 
 TEST_F(Window, StatusBarTellsWhatTheControllerSays) {
-    const auto& connection = Vorta::Test::find<QLabel>(window_, QStringLiteral("connectionLabel"));
+    const auto& connection = Vorta::Testing::find<QLabel>(window_, QStringLiteral("connectionLabel"));
     EXPECT_THAT(connection.text().toStdString(), testing::HasSubstr("[NO CONNECTION]"));
     show();
     EXPECT_THAT(connection.text().toStdString(), testing::HasSubstr("[Connected]"));

@@ -6,14 +6,14 @@
 
 namespace {
 
-using Vorta::Test::ModalDriver;
-using Vorta::Test::waitFor;
-using Vorta::Test::Window;
+using Vorta::Testing::ModalDriver;
+using Vorta::Testing::waitFor;
+using Vorta::Testing::Window;
 
 class ViewCommands : public Window {
 protected:
     QWidget& view() { return *window_.centralWidget(); }
-    QImage picture() { return Vorta::Test::grabFromScreen(view()); }
+    QImage picture() { return Vorta::Testing::grabFromScreen(view()); }
 
     bool showsTheCloud() {
         return waitFor([this] { return !viewIsPlain(window_); });
@@ -24,7 +24,7 @@ protected:
         const QPointF left(5, view().height() / 2.0);
         const QPointF right(view().width() - 5, view().height() / 2.0);
         for (int pull = 0; pull < 3; ++pull)
-            Vorta::Test::drag(view(), Qt::RightButton, left, right);
+            Vorta::Testing::drag(view(), Qt::RightButton, left, right);
         ASSERT_TRUE(waitFor([this] { return viewIsPlain(window_); }));
     }
 };

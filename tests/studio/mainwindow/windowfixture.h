@@ -16,7 +16,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The main window with one head plugged in.
 class Window : public testing::Test {
@@ -37,12 +37,12 @@ protected:
     /// A single capture as bright as the head's defaults make it.
     static FrameSpec spec() { return {.exposureTime = std::chrono::microseconds{10'000}, .iris = 31}; }
 
-    QAction& action(const char* name) { return Vorta::Test::find<QAction>(window_, QLatin1String(name)); }
+    QAction& action(const char* name) { return Vorta::Testing::find<QAction>(window_, QLatin1String(name)); }
     QString path(const char* name) const { return folder_.filePath(QString::fromUtf8(name)); }
 
     /// Whether the 3D view shows nothing but its background.
     static bool viewIsPlain(const MainWindow& window) {
-        const QImage view = Vorta::Test::grabFromScreen(*window.centralWidget());
+        const QImage view = Vorta::Testing::grabFromScreen(*window.centralWidget());
         QImage plain(view.size(), view.format());
         plain.fill(view.pixelColor(0, 0));
         return view == plain;
@@ -55,7 +55,7 @@ protected:
             for (const QString& candidate : dialog.nameFilters())
                 if (candidate.contains(filter))
                     dialog.selectNameFilter(candidate);
-            Vorta::Test::find<QLineEdit>(dialog, QStringLiteral("fileNameEdit")).setText(name);
+            Vorta::Testing::find<QLineEdit>(dialog, QStringLiteral("fileNameEdit")).setText(name);
             QMetaObject::invokeMethod(&dialog, "accept", Qt::QueuedConnection);
         };
     }
@@ -66,4 +66,4 @@ protected:
     MainWindow window_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

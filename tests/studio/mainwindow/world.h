@@ -7,7 +7,7 @@
 
 #include <memory>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// What the application object owns. There is one log handler in a process, so there is one world.
 struct World {
@@ -21,4 +21,4 @@ struct World {
     }
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

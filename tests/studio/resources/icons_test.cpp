@@ -162,7 +162,7 @@ TEST(ApplicationIcon, IsDrawnForEverySize) {
     for (const int pixels : {16, 24, 32, 48, 64, 128, 256}) {
         const QImage image = icon.pixmap(pixels, pixels).toImage();
         EXPECT_EQ(image.size(), QSize(pixels, pixels));
-        EXPECT_GT(Vorta::Test::countColours(image), 16);
+        EXPECT_GT(Vorta::Testing::countColours(image), 16);
     }
 }
 

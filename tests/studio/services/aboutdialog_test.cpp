@@ -16,7 +16,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using VortaQt::AboutDialog;
 using VortaQt::ComponentVersions;
 

@@ -10,7 +10,7 @@
 #include <limits>
 #include <memory>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::Log::Severity;
 using VortaQt::AppSettings;
 

@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using namespace VortaQt;
 using Platform::FileVersionRecord;
 using Platform::parseVersionSection;

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The smallest ELF file with sections: nothing, the names, and one of our choice, whose headers stand at the end so
 /// that every shorter file lacks something. Tests change the parts and then write them.
@@ -54,4 +54,4 @@ inline void writeFile(const std::filesystem::path& path, std::string_view bytes)
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

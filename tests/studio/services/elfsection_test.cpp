@@ -12,7 +12,7 @@
 #include <optional>
 #include <ostream>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using VortaQt::Platform::elfSection;
 
 namespace {

@@ -15,8 +15,8 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Vorta::Test::HttpServer;
-using Vorta::Test::waitFor;
+using Vorta::Testing::HttpServer;
+using Vorta::Testing::waitFor;
 using VortaQt::DownloadLimits;
 using VortaQt::FileDownloader;
 

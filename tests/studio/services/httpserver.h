@@ -16,7 +16,7 @@
 #include <functional>
 #include <utility>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// Serves the paths it was given, every other with status 404. On the thread that makes it, from its event loop.
 class HttpServer : public QObject {
@@ -125,4 +125,4 @@ private:
     int connections_ = 0;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

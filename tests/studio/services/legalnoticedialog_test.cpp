@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 #include <utility>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using VortaQt::LegalNoticeDialog;
 
 namespace {

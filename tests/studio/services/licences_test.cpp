@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 namespace {
 

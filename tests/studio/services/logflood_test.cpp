@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::Log::Severity;
 using VortaQt::LogHandler;
 using VortaQt::LogWidget;

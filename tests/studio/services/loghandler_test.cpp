@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::Log::Severity;
 using VortaQt::LogHandler;
 

@@ -14,7 +14,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::Log::Severity;
 using VortaQt::LogEvent;
 using VortaQt::LogWidget;

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using VortaQt::RecentFilesMenu;
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include <array>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// The application object that event delivery and child processes need.
 inline QCoreApplication& coreApplication() {
@@ -53,4 +53,4 @@ public:
     QVector<VortaQt::LogEvent> events;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

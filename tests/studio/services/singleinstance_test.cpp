@@ -46,7 +46,7 @@ private:
 class SingleInstanceTest : public testing::Test {
 protected:
     SingleInstanceTest() {
-        Vorta::Test::coreApplication();
+        Vorta::Testing::coreApplication();
         key = QStringLiteral("VortaTest-%1-%2")
                   .arg(QCoreApplication::applicationPid())
                   .arg(QLatin1String(testing::UnitTest::GetInstance()->current_test_info()->name()));

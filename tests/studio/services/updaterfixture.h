@@ -23,7 +23,7 @@
 #include <functional>
 #include <string>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// An update server and a temporary folder of this test alone.
 class UpdaterFixture : public testing::Test {
@@ -98,14 +98,14 @@ protected:
 struct Updater : VortaQt::UpdaterWidget {
     using UpdaterWidget::UpdaterWidget;
 
-    QStackedWidget& stack() { return Vorta::Test::find<QStackedWidget>(*this, QStringLiteral("stateStack")); }
-    QPushButton& check() { return Vorta::Test::find<QPushButton>(*this, QStringLiteral("buttonCheck")); }
-    QPushButton& update() { return Vorta::Test::find<QPushButton>(*this, QStringLiteral("buttonUpdate")); }
-    QPushButton& install() { return Vorta::Test::find<QPushButton>(*this, QStringLiteral("buttonInstall")); }
-    QCheckBox& ignoreBox() { return Vorta::Test::find<QCheckBox>(*this, QStringLiteral("ignoreLatestVersion")); }
-    QProgressBar& indicator() { return Vorta::Test::find<QProgressBar>(*this, QStringLiteral("indicatorChecking")); }
-    QString latest() { return Vorta::Test::find<QLabel>(*this, QStringLiteral("labelLastVersion")).text(); }
-    QString installed() { return Vorta::Test::find<QLabel>(*this, QStringLiteral("labelCurVersion")).text(); }
+    QStackedWidget& stack() { return Vorta::Testing::find<QStackedWidget>(*this, QStringLiteral("stateStack")); }
+    QPushButton& check() { return Vorta::Testing::find<QPushButton>(*this, QStringLiteral("buttonCheck")); }
+    QPushButton& update() { return Vorta::Testing::find<QPushButton>(*this, QStringLiteral("buttonUpdate")); }
+    QPushButton& install() { return Vorta::Testing::find<QPushButton>(*this, QStringLiteral("buttonInstall")); }
+    QCheckBox& ignoreBox() { return Vorta::Testing::find<QCheckBox>(*this, QStringLiteral("ignoreLatestVersion")); }
+    QProgressBar& indicator() { return Vorta::Testing::find<QProgressBar>(*this, QStringLiteral("indicatorChecking")); }
+    QString latest() { return Vorta::Testing::find<QLabel>(*this, QStringLiteral("labelLastVersion")).text(); }
+    QString installed() { return Vorta::Testing::find<QLabel>(*this, QStringLiteral("labelCurVersion")).text(); }
 
     /// Page, whether there is something to download, title.
     [[nodiscard]] std::string state() {
@@ -117,4 +117,4 @@ struct Updater : VortaQt::UpdaterWidget {
 inline const std::string noUpdate = "2 disabled Updater";
 inline const std::string updateAvailable = "2 enabled New update available";
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -21,7 +21,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 const std::string mismatch = "The checksum of the downloaded installer does not match the expected one.";
 

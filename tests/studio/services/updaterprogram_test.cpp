@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 class UpdaterProgram : public UpdaterFixture {
 protected:

@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using State = VortaQt::UpdaterWidget::UIState;
 
 using UpdaterWidget = UpdaterFixture;

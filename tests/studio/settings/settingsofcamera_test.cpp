@@ -17,7 +17,7 @@
 namespace {
 
 using namespace Vorta;
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using namespace VortaQt;
 
 class SettingsOfCamera : public ControllerTest {

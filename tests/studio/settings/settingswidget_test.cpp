@@ -21,7 +21,7 @@
 #include <algorithm>
 #include <vector>
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using VortaQt::SettingsWidget;
 using VortaQt::settingToolTip;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::DX11PointCloudWidget;
 using Vorta::PointCloud;
 

@@ -7,7 +7,7 @@
 #include <QWheelEvent>
 #include <QWidget>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 inline void sendMouse(QWidget& widget, QEvent::Type type, const QPointF& at, Qt::MouseButton button,
                       Qt::MouseButtons down) {
@@ -49,4 +49,4 @@ inline bool pressKey(QWidget& widget, Qt::Key key) {
     return event.isAccepted();
 }
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

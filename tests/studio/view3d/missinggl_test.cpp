@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 /// Makes Mesa offer no more than OpenGL 2.1, before anything asks it.
 const bool restricted = qputenv("MESA_GL_VERSION_OVERRIDE", "2.1");

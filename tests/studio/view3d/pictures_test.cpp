@@ -17,10 +17,10 @@ namespace {
 
 using Vorta::Point;
 using Vorta::PointCloud;
-using Vorta::Test::drag;
-using Vorta::Test::Scene;
-using Vorta::Test::turnWheel;
-using Vorta::Test::waitFor;
+using Vorta::Testing::drag;
+using Vorta::Testing::Scene;
+using Vorta::Testing::turnWheel;
+using Vorta::Testing::waitFor;
 
 /// Distance along the ray (u, v, 1) to the front of a ball.
 std::optional<float> hit(float u, float v, float x, float y, float z, float radius) {
@@ -67,10 +67,10 @@ PointCloud makeStillLife() {
 
 /// One button held down along a hand's way, as it was recorded.
 void follow(QWidget& view, Qt::MouseButton button, const std::vector<QPoint>& way) {
-    Vorta::Test::press(view, way.front(), button, button);
+    Vorta::Testing::press(view, way.front(), button, button);
     for (const QPoint& place : way)
-        Vorta::Test::move(view, place, button);
-    Vorta::Test::release(view, way.back(), button, Qt::NoButton);
+        Vorta::Testing::move(view, place, button);
+    Vorta::Testing::release(view, way.back(), button, Qt::NoButton);
 }
 
 class Pictures : public testing::Test {
@@ -100,7 +100,7 @@ protected:
         }
         const QImage expected = QImage(path).convertToFormat(QImage::Format_RGB32);
         ASSERT_FALSE(expected.isNull()) << path.toStdString();
-        constexpr Vorta::Test::ImageTolerance tolerance{.channel = 12, .fraction = 0.01};
+        constexpr Vorta::Testing::ImageTolerance tolerance{.channel = 12, .fraction = 0.01};
         waitFor([&] { return static_cast<bool>(sameImage(shown(), expected, QLatin1String(name), tolerance)); });
         EXPECT_TRUE(sameImage(shown(), expected, QLatin1String(name), tolerance));
     }

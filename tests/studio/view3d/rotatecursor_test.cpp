@@ -5,7 +5,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 TEST(RotateCursor, StaysWhileTheLeftButtonLeads) {
     Scene scene;

@@ -10,7 +10,7 @@
 #include <QWidget>
 #include <algorithm>
 
-namespace Vorta::Test {
+namespace Vorta::Testing {
 
 /// A plane of 162 x 100 mm, half a metre away, x and y growing with column and row: red left of the camera's axis,
 /// green right of it. `nearLeft` mm is how much nearer the red half lies.
@@ -78,4 +78,4 @@ private:
     DX11PointCloudWidget* view_;
 };
 
-} // namespace Vorta::Test
+} // namespace Vorta::Testing

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 
 /// Writes down what the input handling asks for.
 class RecordingWidget : public Vorta::TrackBallWidget {

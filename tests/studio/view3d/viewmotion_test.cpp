@@ -5,7 +5,7 @@
 
 namespace {
 
-using namespace Vorta::Test;
+using namespace Vorta::Testing;
 using Vorta::PointCloud;
 
 /// Enough points that a renderer on the processor shows fewer while they move.
