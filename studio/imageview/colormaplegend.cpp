@@ -53,10 +53,19 @@ void ColorMapLegend::paintLabels(QPainter& painter) const {
     const auto label = [&](double y, float value) {
         painter.drawText(QPointF(barWidth + labelOffset, y), QString::number(static_cast<double>(value), 'f', 1));
     };
-    // Baselines, so that each text stands beside its tick and the outer two stay inside the widget.
+    // Baselines, so that each text stands beside its tick and the outer two stay inside the widget. In a low widget
+    // those between that would touch their neighbours are left out.
+    const auto between = [&](double fromBottom) {
+        label((1.0 - fromBottom) * height() + fontHeight / 4,
+              map_.minimum() + static_cast<float>(fromBottom) * map_.range());
+    };
+    const double room = 1.25 * fontHeight;
     label(0.75 * fontHeight, map_.maximum());
-    label(0.25 * height() + fontHeight / 4, map_.minimum() + 0.75F * map_.range());
-    label(0.5 * height() + fontHeight / 4, map_.minimum() + 0.5F * map_.range());
-    label(0.75 * height() + fontHeight / 4, map_.minimum() + 0.25F * map_.range());
+    if (0.5 * height() >= room)
+        between(0.5);
+    if (0.25 * height() >= room) {
+        between(0.75);
+        between(0.25);
+    }
     label(height() - 1, map_.minimum());
 }

@@ -5,7 +5,8 @@
 class ColorMap;
 
 /// The colour scale beside a depth image: the map's colours from the minimum at the bottom to the maximum at the top,
-/// with five depths in millimetres. Colours stand at even distances, whatever depths they belong to. GUI thread.
+/// with up to five depths in millimetres, as many as have room. Colours stand at even distances, whatever depths they
+/// belong to. GUI thread.
 class ColorMapLegend : public QWidget {
     Q_OBJECT
 

@@ -113,6 +113,28 @@ TEST_F(Legend, LabelsAreTheDepthsOfTheirTicks) {
         Vorta::Testing::sameImage(image.copy(labels), expected.toImage().copy(labels), QStringLiteral("legendLabels")));
 }
 
+TEST_F(Legend, LeavesOutLabelsThatWouldTouch) {
+    const auto linesAt = [&](double fontHeights) {
+        ColorMapLegend legend(map_);
+        legend.resize(120, qRound(fontHeights * legend.fontMetrics().height()));
+        showAndActivate(legend);
+        const QImage image = widgetPixels(grabFromScreen(legend));
+        EXPECT_EQ(image.height(), legend.height());
+        int lines = 0;
+        bool wasText = false;
+        for (int y = 0; y < image.height(); ++y) {
+            const bool isText = hasText(image, y, y + 1);
+            lines += isText && !wasText ? 1 : 0;
+            wasText = isText;
+        }
+        return lines;
+    };
+    EXPECT_EQ(linesAt(8.0), 5);
+    EXPECT_EQ(linesAt(5.5), 5);
+    EXPECT_EQ(linesAt(4.0), 3);
+    EXPECT_EQ(linesAt(2.2), 2);
+}
+
 TEST_F(Legend, FollowsTheMap) {
     const QImage before = shown();
     map_.setup(500.0F, 600.0F, ColorMap::blackToWhite);
