@@ -201,7 +201,7 @@ TEST_F(Window, MasksKeepTheirPlaceInAFloatingDockAndBack) {
     const auto looksMasked = [&] {
         return color(120, 75).blue() > color(120, 75).red() + 60 && color(120, 120).blue() < color(120, 120).red() + 30;
     };
-    EXPECT_FALSE(looksMasked());
+    EXPECT_TRUE(waitFor([&] { return !looksMasked(); }));
     Vorta::Testing::find<QAction>(viewer, QStringLiteral("actionToggle_mask")).trigger();
     EXPECT_TRUE(waitFor(looksMasked));
     dock.setFloating(false);
