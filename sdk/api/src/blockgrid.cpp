@@ -9,7 +9,7 @@ namespace Vorta::NetCdf {
 
 class BlockGrid::Codecs {
 public:
-    explicit Codecs(std::span<const ChunkedVariable> variables) {
+    explicit Codecs(const std::deque<ChunkedVariable>& variables) {
         for (std::size_t i = 0; i < variables.size(); ++i) {
             std::size_t same = 0;
             while (variables[same].format() != variables[i].format())
@@ -29,7 +29,6 @@ private:
 
 BlockGrid::BlockGrid(const File& file, std::span<const Member> variables, std::vector<Position> positions)
     : file_(file), positions_(std::move(positions)) {
-    variables_.reserve(variables.size());
     for (const Member& member : variables) {
         names_.push_back(member.wholeName);
         variables_.emplace_back(file, member.wholeName, member.info);

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <span>
 #include <string>
@@ -46,7 +47,7 @@ private:
 
     const File& file_;
     std::vector<std::string> names_;
-    std::vector<ChunkedVariable> variables_;
+    std::deque<ChunkedVariable> variables_; // they stay where they were made
     std::vector<Position> positions_;
     std::vector<ChunkedVariable::Stored> stored_; ///< block by block, in each one variable by variable
 };

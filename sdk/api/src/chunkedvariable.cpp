@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <hdf5.h>
-#include <utility>
 
 namespace Vorta::NetCdf {
 
@@ -83,16 +82,8 @@ ChunkedVariable::ChunkedVariable(const File& file, const std::string& wholeName,
     }
 }
 
-ChunkedVariable::ChunkedVariable(ChunkedVariable&& other) noexcept
-    : file_(other.file_),
-      name_(std::move(other.name_)),
-      id_(std::exchange(other.id_, -1)),
-      fileBytes_(other.fileBytes_),
-      format_(std::move(other.format_)) {}
-
 ChunkedVariable::~ChunkedVariable() {
-    if (id_ >= 0)
-        H5Dclose(id_);
+    H5Dclose(id_);
 }
 
 void ChunkedVariable::check(bool success, const char* what) const {

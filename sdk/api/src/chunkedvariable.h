@@ -22,8 +22,8 @@ class ChunkedVariable {
 public:
     /// Opens a variable of an open file that is stored in blocks; of a new file once its definitions have ended.
     ChunkedVariable(const File& file, const std::string& wholeName, const VariableInfo& info);
-    ChunkedVariable(ChunkedVariable&& other) noexcept;
-    ChunkedVariable& operator=(ChunkedVariable&&) = delete;
+    ChunkedVariable(const ChunkedVariable&) = delete;
+    ChunkedVariable& operator=(const ChunkedVariable&) = delete;
     ~ChunkedVariable();
 
     /// How blocks are stored; empty when that is not a way that `ChunkCodec` knows, or values are not stored as this
