@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <regex>
 #include <thread>
 
 namespace Vorta {
@@ -186,6 +187,28 @@ TEST(CompleteFile, IsReadAlikeByPlainNetCdf) {
         arguments.insert(arguments.end(), {folder.file("a.vdf"), folder.file("b.vdf")});
         const Testing::Result copied = runProgram("nccopy", arguments);
         ASSERT_EQ(copied.status, 0) << copied.err;
+        expectSame(load(folder.file("b.vdf")), frame);
+    }
+}
+
+TEST(CompleteFile, OfOtherFiltersIsReadAlike) {
+    // netCDF's own tools write each file anew: with checksums, and compressed in a way that the library leaves to
+    // netCDF.
+    const TemporaryFolder folder;
+    const Frame frame = completeFrame();
+    frame.save(folder.file("a.vdf"));
+    const Testing::Result text = runProgram("ncdump", {"-s", "-p", "9,17", folder.file("a.vdf")});
+    ASSERT_EQ(text.status, 0) << text.err;
+    // ncgen would write an empty text as a zero byte; what a file leaves out is empty too.
+    const std::string filled = std::regex_replace(text.out, std::regex("\\s*:\\w+ = \"\" ;"), "");
+    const std::regex compression("(\\w+):_DeflateLevel = \\d+ ;");
+    for (const std::string other : {"$&\n$1:_Fletcher32 = \"true\" ;", "$1:_Filter = \"4,32,2\" ;"}) {
+        SCOPED_TRACE(other);
+        Testing::writeFile(folder.file("b.cdl"), std::regex_replace(filled, compression, other));
+        const Testing::Result made = runProgram("ncgen", {"-4", "-o", folder.file("b.vdf"), folder.file("b.cdl")});
+        ASSERT_EQ(made.status, 0) << made.err;
+        const Testing::Result header = runProgram("ncdump", {"-hs", folder.file("b.vdf")});
+        EXPECT_THAT(header.out, HasSubstr(other.substr(other.find(':')).substr(0, 10)));
         expectSame(load(folder.file("b.vdf")), frame);
     }
 }

@@ -257,6 +257,15 @@ TEST(FirmwareUpdater, RefusesACommandLineThatCannotBeMeant) {
     EXPECT_EQ(readFile(file), headText("VORTA 0.9.20"));
 }
 
+TEST(FirmwareUpdater, NoticesThatItsOutputCannotBeWritten) {
+    VirtualHeads heads;
+    const std::string file = heads.plugText("a", headText("VORTA 0.9.20")).string();
+    const Result result = runProgram("sh", {"-c", "exec " VORTA_BIN_DIR "/VortaFirmwareUpdater.exe > /dev/full"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "VortaFirmwareUpdater: the output cannot be written.\n");
+    EXPECT_EQ(readFile(file), headText("VORTA 0.9.21"));
+}
+
 TEST(FirmwareUpdater, TellsWhatItIs) {
     const VirtualHeads heads;
     const Result help = update({"--help"});
