@@ -105,13 +105,13 @@ protected:
     Testing::VirtualHeads heads_{{.serialNumber = "T-1"}};
     VortaQt::AppSettings preferences_{nullptr};
     Application application_;
+    int clouds_ = 0; ///< that came for the view, and the last of them: the controller delivers until it is gone
+    DeviceCloud lastCloud_;
     std::unique_ptr<VortaInterface> controller_;
     std::unique_ptr<QSignalSpy> infos_;
     std::unique_ptr<QSignalSpy> warnings_;
     std::unique_ptr<QSignalSpy> records_;
     std::unique_ptr<QSignalSpy> statuses_;
-    int clouds_ = 0; ///< that came for the view, and the last of them
-    DeviceCloud lastCloud_;
 };
 
 } // namespace Vorta::Testing
