@@ -49,7 +49,7 @@ protected:
     /// What the program tells of a control.
     static std::string shown(StudioProcess& studio, const QByteArray& control) {
         studio.command("show " + control);
-        return studio.waitForLine(control + ": ").mid(control.size() + 2).toStdString();
+        return studio.waitForLine(control + ":").mid(control.size() + 2).toStdString();
     }
 
     /// Opens the data file in a new session: it is whole, and the program starts as ever.
