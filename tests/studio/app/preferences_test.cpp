@@ -13,6 +13,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -164,7 +165,7 @@ TEST_F(Preferences, AFileThatIsNoPreferencesIsReported) {
 TEST_F(Preferences, AWholeFileIsNotReported) {
     fillPreferences();
     start();
-    EXPECT_THAT(told("show", "tableWidget"), Not(HasSubstr("Warning")));
+    EXPECT_THAT(told("show", "tableWidget"), AllOf(HasSubstr("Using camera driver"), Not(HasSubstr("Warning"))));
     end();
 }
 
