@@ -64,6 +64,65 @@ void shuffle<4>(std::span<const std::byte> from, std::byte* to) noexcept {
     std::ranges::copy(from.subspan(count * 4), to + count * 4);
 }
 
+/// Length of the leading parts of shuffled elements that deflate hardly shortens, judged by a sample from the middle of
+/// each: the lowest bytes of measured values come first, and are noise. `scratch` is overwritten.
+std::size_t leadingNoise(libdeflate_compressor* compressor, std::span<const std::byte> bytes, std::size_t elementBytes,
+                         std::span<std::byte> scratch) noexcept {
+    constexpr std::size_t sampleBytes = 8192;
+    constexpr std::size_t worthwhileBytes = sampleBytes * 9 / 10;
+    const std::size_t part = bytes.size() / elementBytes;
+    if (part < 2 * sampleBytes)
+        return 0; // so little takes no longer than finding out
+    std::size_t noise = 0;
+    for (; noise + part < bytes.size(); noise += part) {
+        const auto sample = bytes.subspan(noise + (part - sampleBytes) / 2, sampleBytes);
+        if (libdeflate_deflate_compress(compressor, sample.data(), sampleBytes, scratch.data(), worthwhileBytes) > 0)
+            break;
+    }
+    return noise;
+}
+
+/// Copies bytes to `out` and returns their end there.
+std::byte* put(std::span<const std::byte> bytes, std::byte* out) noexcept {
+    std::memcpy(out, bytes.data(), bytes.size());
+    return out + bytes.size();
+}
+
+/// Writes deflate blocks that hold the bytes as they are, none of them the last of its stream (RFC 1951, 3.2.4), and
+/// returns their end.
+std::byte* storeBlocks(std::span<const std::byte> bytes, std::byte* out) noexcept {
+    constexpr std::size_t longestBlock = 0xFFFF;
+    while (!bytes.empty()) {
+        const auto block = bytes.first(std::min(bytes.size(), longestBlock));
+        const auto length = static_cast<std::uint32_t>(block.size());
+        *out++ = std::byte{0};
+        out = put(littleEndian(length | ~length << 16U), out);
+        out = put(block, out);
+        bytes = bytes.subspan(block.size());
+    }
+    return out;
+}
+
+/// Makes a zlib stream (RFC 1950) shorter than `bytes` and returns its length, or 0 when there is none. `out` has room
+/// for ChunkFormat::maximumStoredBytes().
+std::size_t compress(libdeflate_compressor* compressor, std::span<const std::byte> bytes, std::size_t elementBytes,
+                     std::span<std::byte> out) noexcept {
+    constexpr std::array header{std::byte{0x78}, std::byte{0x01}};
+    const std::size_t noise = leadingNoise(compressor, bytes, elementBytes, out);
+    std::byte* end = storeBlocks(bytes.first(noise), put(header, out.data()));
+    const std::size_t before = static_cast<std::size_t>(end - out.data()) + checksumBytes;
+    if (before >= bytes.size())
+        return 0;
+    const std::size_t length = libdeflate_deflate_compress(compressor, bytes.data() + noise, bytes.size() - noise, end,
+                                                           bytes.size() - before - 1);
+    if (length == 0)
+        return 0;
+    auto checksum = littleEndian(libdeflate_adler32(1, bytes.data(), bytes.size()));
+    std::ranges::reverse(checksum);
+    put(checksum, end + length);
+    return before + length;
+}
+
 } // namespace
 
 std::size_t ChunkFormat::maximumStoredBytes() const noexcept {
@@ -150,8 +209,7 @@ ChunkCodec::Packed ChunkCodec::pack() {
             bytes = next.first(bytes.size());
             break;
         case Filter::Deflate:
-            const std::size_t length =
-                libdeflate_zlib_compress(compressor_.get(), bytes.data(), bytes.size(), next.data(), bytes.size() - 1);
+            const std::size_t length = compress(compressor_.get(), bytes, format_.elementBytes, next);
             if (length > 0)
                 bytes = next.first(length);
             else

@@ -97,6 +97,41 @@ TEST(ChunkCodec, LeavesOutDeflateWhereItShortensNothing) {
     EXPECT_EQ(packed.bytes.size(), 1000U);
 }
 
+TEST(ChunkCodec, StoresTheNoiseOfLowestBytesAsItIs) {
+    // 70,000 elements: two bytes of noise, two that are easy to compress.
+    constexpr std::size_t count = 70'000;
+    const std::vector<std::byte> noise = randomBytes(2 * count);
+    std::vector<std::byte> values(4 * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        values[4 * i] = noise[i];
+        values[4 * i + 1] = noise[count + i];
+        values[4 * i + 2] = static_cast<std::byte>(i / 1000);
+        values[4 * i + 3] = std::byte{65};
+    }
+    const ChunkFormat format{
+        .filters = {Filter::Shuffle, Filter::Deflate}, .elementBytes = 4, .chunkBytes = values.size()};
+    EXPECT_EQ(throughCodec(format, values), values);
+    ChunkCodec codec(format);
+    std::ranges::copy(values, codec.values().begin());
+    const ChunkCodec::Packed packed = codec.pack();
+    EXPECT_EQ(packed.skippedFilters, 0U);
+    EXPECT_LT(packed.bytes.size(), 2 * count + 2000);
+    // The stream's header, then blocks with their kind, length and inverted length: 65535, 65535 and 8930 bytes.
+    const auto at = [&](std::size_t start, std::size_t length) {
+        const auto bytes = packed.bytes.subspan(start, length);
+        return std::vector(bytes.begin(), bytes.end());
+    };
+    const auto noiseAt = [&](std::size_t start, std::size_t length) {
+        const auto bytes = std::span(noise).subspan(start, length);
+        return std::vector(bytes.begin(), bytes.end());
+    };
+    EXPECT_EQ(at(0, 7), bytesOf(std::string_view("\x78\x01\0\xFF\xFF\0\0", 7)));
+    EXPECT_EQ(at(7, 65535), noiseAt(0, 65535));
+    EXPECT_EQ(at(7 + 65535, 5), bytesOf(std::string_view("\0\xFF\xFF\0\0", 5)));
+    EXPECT_EQ(at(7 + 65535 + 5 + 65535, 5), bytesOf(std::string_view("\0\xE2\x22\x1D\xDD", 5)));
+    EXPECT_EQ(at(7 + 2 * (65535 + 5), 8930), noiseAt(2 * 65535, 8930));
+}
+
 TEST(ChunkCodec, NoticesDamage) {
     const ChunkFormat format{
         .filters = {Filter::Checksum, Filter::Shuffle, Filter::Deflate}, .elementBytes = 4, .chunkBytes = 4000};
