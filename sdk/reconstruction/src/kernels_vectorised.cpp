@@ -4,6 +4,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels_vectorised.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -341,10 +342,16 @@ void pack(const CoordinateRow& coordinates, const float* contrast, const std::ui
     constexpr std::size_t coordinateBytes = 4 * sizeof(float);
     constexpr std::size_t colourBytes = 4;
     static_assert(sizeof(Point) == coordinateBytes + colourBytes);
+    constexpr std::size_t cacheLine = 64;
+    // Far enough for the memory to answer in time; a row's last prefetches fall on the next row.
+    constexpr std::size_t ahead = 2048;
     const std::size_t lanes = hn::Lanes(d);
     HWY_ALIGN float interleaved[4 * hn::MaxLanes(d)];
     std::size_t i = begin;
     for (; i + lanes <= end; i += lanes) {
+        const auto* const later = reinterpret_cast<const char*>(out + i) + ahead;
+        for (std::size_t byte = 0; byte < lanes * sizeof(Point); byte += cacheLine)
+            hwy::Prefetch(later + byte);
         hn::StoreInterleaved4(hn::LoadU(d, coordinates.x + i), hn::LoadU(d, coordinates.y + i),
                               hn::LoadU(d, coordinates.z + i), hn::LoadU(d, contrast + i), d, interleaved);
         for (std::size_t k = 0; k < lanes; ++k) {
