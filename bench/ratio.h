@@ -35,10 +35,11 @@ inline double median(std::vector<double> values) {
 }
 
 /// Registers a benchmark whose time is ours and whose counters hold the reference's time and the ratios ours /
-/// reference, as medians over all iterations. `cpuLimit` and `wallLimit` (0: none) are the ratios' bars.
-inline benchmark::internal::Benchmark* compare(const char* name, const std::function<void()>& ours,
-                                               const std::function<void()>& reference, double cpuLimit,
-                                               double wallLimit = 0) {
+/// reference, as medians over all iterations. `cpuLimit` and `wallLimit` (0: none) are the ratios' bars. `prepare` runs
+/// before each of the two and is not measured.
+inline benchmark::internal::Benchmark* compare(
+    const char* name, const std::function<void()>& ours, const std::function<void()>& reference, double cpuLimit,
+    double wallLimit = 0, const std::function<void()>& prepare = [] {}) {
     const auto run = [=](benchmark::State& state) {
         reference();
         ours();
@@ -47,7 +48,9 @@ inline benchmark::internal::Benchmark* compare(const char* name, const std::func
         std::vector<double> referenceCpu;
         std::vector<double> referenceWall;
         for ([[maybe_unused]] auto iteration : state) {
+            prepare();
             const Duration theirTime = measure(reference);
+            prepare();
             const Duration ourTime = measure(ours);
             referenceCpu.push_back(theirTime.cpu);
             referenceWall.push_back(theirTime.wall);

