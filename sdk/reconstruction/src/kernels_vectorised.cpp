@@ -343,13 +343,12 @@ void pack(const CoordinateRow& coordinates, const float* contrast, const std::ui
     constexpr std::size_t colourBytes = 4;
     static_assert(sizeof(Point) == coordinateBytes + colourBytes);
     constexpr std::size_t cacheLine = 64;
-    // Far enough for the memory to answer in time; a row's last prefetches fall on the next row.
-    constexpr std::size_t ahead = 2048;
+    constexpr std::size_t ahead = 100; // points, far enough for the memory to answer in time
     const std::size_t lanes = hn::Lanes(d);
     HWY_ALIGN float interleaved[4 * hn::MaxLanes(d)];
     std::size_t i = begin;
     for (; i + lanes <= end; i += lanes) {
-        const auto* const later = reinterpret_cast<const char*>(out + i) + ahead;
+        const auto* const later = reinterpret_cast<const char*>(out + std::min(i + ahead, end - lanes));
         for (std::size_t byte = 0; byte < lanes * sizeof(Point); byte += cacheLine)
             hwy::Prefetch(later + byte);
         hn::StoreInterleaved4(hn::LoadU(d, coordinates.x + i), hn::LoadU(d, coordinates.y + i),
