@@ -62,7 +62,10 @@ public:
     void configure(const HeadConfiguration& configuration) override { configuration_ = configuration; }
 
     void acquire(const PatternSequence& sequence, ImageStack& images) override {
-        const auto [camera, projector, rotation, translation] = wallGeometry();
+        const Calibration geometry = wallGeometry();
+        const PinholeModel& camera = geometry.camera;
+        const PinholeModel& projector = geometry.projector;
+        const auto& translation = geometry.translationMm;
         images.resize(sequence.patterns.size(), camera.height, camera.width);
         for (std::size_t image = 0; image < sequence.patterns.size(); ++image) {
             const Pattern& pattern = sequence.patterns[image];
