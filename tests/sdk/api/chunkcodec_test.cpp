@@ -130,6 +130,9 @@ TEST(ChunkCodec, StoresTheNoiseOfLowestBytesAsItIs) {
     EXPECT_EQ(at(7 + 65535, 5), bytesOf(std::string_view("\0\xFF\xFF\0\0", 5)));
     EXPECT_EQ(at(7 + 65535 + 5 + 65535, 5), bytesOf(std::string_view("\0\xE2\x22\x1D\xDD", 5)));
     EXPECT_EQ(at(7 + 2 * (65535 + 5), 8930), noiseAt(2 * 65535, 8930));
+    std::vector<std::byte> damaged(packed.bytes.begin(), packed.bytes.end());
+    damaged[1000] ^= std::byte{1};
+    EXPECT_TRUE(ChunkCodec(format).unpack(damaged, 0).empty());
 }
 
 TEST(ChunkCodec, NoticesDamage) {
