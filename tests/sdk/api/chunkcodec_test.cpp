@@ -117,19 +117,18 @@ TEST(ChunkCodec, StoresTheNoiseOfLowestBytesAsItIs) {
     EXPECT_EQ(packed.skippedFilters, 0U);
     EXPECT_LT(packed.bytes.size(), 2 * count + 2000);
     // The stream's header, then blocks with their kind, length and inverted length: 65535, 65535 and 8930 bytes.
-    const auto at = [&](std::size_t start, std::size_t length) {
-        const auto bytes = packed.bytes.subspan(start, length);
-        return std::vector(bytes.begin(), bytes.end());
+    constexpr std::size_t block = 65535;
+    constexpr std::size_t stored = block + 5;
+    const auto part = [](std::span<const std::byte> bytes, std::size_t start, std::size_t length) {
+        const auto found = bytes.subspan(start, length);
+        return std::vector(found.begin(), found.end());
     };
-    const auto noiseAt = [&](std::size_t start, std::size_t length) {
-        const auto bytes = std::span(noise).subspan(start, length);
-        return std::vector(bytes.begin(), bytes.end());
-    };
-    EXPECT_EQ(at(0, 7), bytesOf(std::string_view("\x78\x01\0\xFF\xFF\0\0", 7)));
-    EXPECT_EQ(at(7, 65535), noiseAt(0, 65535));
-    EXPECT_EQ(at(7 + 65535, 5), bytesOf(std::string_view("\0\xFF\xFF\0\0", 5)));
-    EXPECT_EQ(at(7 + 65535 + 5 + 65535, 5), bytesOf(std::string_view("\0\xE2\x22\x1D\xDD", 5)));
-    EXPECT_EQ(at(7 + 2 * (65535 + 5), 8930), noiseAt(2 * 65535, 8930));
+    EXPECT_EQ(part(packed.bytes, 0, 7), bytesOf(std::string_view("\x78\x01\0\xFF\xFF\0\0", 7)));
+    EXPECT_EQ(part(packed.bytes, 7, block), part(noise, 0, block));
+    EXPECT_EQ(part(packed.bytes, 2 + stored, 5), bytesOf(std::string_view("\0\xFF\xFF\0\0", 5)));
+    EXPECT_EQ(part(packed.bytes, 7 + stored, block), part(noise, block, block));
+    EXPECT_EQ(part(packed.bytes, 2 + 2 * stored, 5), bytesOf(std::string_view("\0\xE2\x22\x1D\xDD", 5)));
+    EXPECT_EQ(part(packed.bytes, 7 + 2 * stored, 8930), part(noise, 2 * block, 8930));
     std::vector<std::byte> damaged(packed.bytes.begin(), packed.bytes.end());
     damaged[1000] ^= std::byte{1};
     EXPECT_TRUE(ChunkCodec(format).unpack(damaged, 0).empty());

@@ -200,7 +200,7 @@ TEST(CompleteFile, OfOtherFiltersIsReadAlike) {
     const Testing::Result text = runProgram("ncdump", {"-s", "-p", "9,17", folder.file("a.vdf")});
     ASSERT_EQ(text.status, 0) << text.err;
     // ncgen would write an empty text as a zero byte; what a file leaves out is empty too.
-    const std::string filled = std::regex_replace(text.out, std::regex("\\s*:\\w+ = \"\" ;"), "");
+    const std::string filled = std::regex_replace(text.out, std::regex(R"(\s*:\w+ = "" ;)"), "");
     const std::regex compression("(\\w+):_DeflateLevel = \\d+ ;");
     for (const std::string other : {"$&\n$1:_Fletcher32 = \"true\" ;", "$1:_Filter = \"4,32,2\" ;"}) {
         SCOPED_TRACE(other);
