@@ -2,6 +2,7 @@
 
 #include <boost/process/environment.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -10,6 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
+#include <thread>
 
 /// Virtual heads for tests, in one line:
 ///
@@ -95,7 +98,10 @@ public:
         return file;
     }
 
-    void unplug(const std::string& serialNumber) { std::filesystem::remove(folder_ / (serialNumber + ".yml")); }
+    void unplug(const std::string& serialNumber) {
+        const std::filesystem::path file = folder_ / (serialNumber + ".yml");
+        insist([&](std::error_code& error) { std::filesystem::remove(file, error); });
+    }
 
 private:
     static const char* variable() { return "VORTA_VIRTUAL_HEADS"; }
@@ -108,7 +114,20 @@ private:
         stream.close();
         if (!stream)
             throw std::runtime_error("Cannot write " + temporary.string());
-        std::filesystem::rename(temporary, file);
+        insist([&](std::error_code& error) { std::filesystem::rename(temporary, file, error); });
+    }
+
+    /// Windows neither removes nor replaces a file while the driver reads it, which it does for a moment.
+    template <class Change>
+    static void insist(Change change) {
+        std::error_code error;
+        change(error);
+        for (int retries = 200; error && retries > 0; --retries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            change(error);
+        }
+        if (error)
+            throw std::runtime_error("Cannot change the heads: " + error.message());
     }
 
     std::filesystem::path folder_;
