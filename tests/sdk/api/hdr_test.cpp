@@ -17,12 +17,13 @@ using Testing::driverPath;
 using Testing::VirtualHeads;
 
 /// A frame of 2 x 2 points at this depth and modulation.
-Frame frameOf(float z, float contrast, const std::string& iris) {
+Frame frameOf(float z, float contrast, const std::string& iris, const std::string& brightness = "1") {
     PointCloud cloud(2, 2);
     for (Point& point : cloud.points())
         point = {.x = 1.0F, .y = 2.0F, .z = z, .contrast = contrast, .blue = 10, .green = 20, .red = 30, .alpha = 255};
     Settings settings;
     settings.set("Iris", iris);
+    settings.set("Brightness", brightness);
     FrameInfo info;
     info.head.serialNumber = "T-" + iris;
     return Frame(std::make_shared<FrameImpl>(cloud, settings, info, ComputeDevice{}));
@@ -48,6 +49,18 @@ TEST(Hdr, WeightsByModulation) {
     EXPECT_EQ(cloud[0].contrast, 30.0F);
     EXPECT_EQ(combined.settings().getString("Iris"), "20");
     EXPECT_EQ(combined.getImpl().info().head.serialNumber, "T-20");
+}
+
+TEST(Hdr, CombinesCapturesInTheRoomsLightAlone) {
+    const Frame good = frameOf(700.0F, 30.0F, "20", "0");
+    const Frame poor = frameOf(700.1F, 10.0F, "10", "0");
+    const PointCloud dark = HDR::Detail::combineFrames({good, poor}).getPointCloud();
+    EXPECT_NEAR(dark[0].z, 700.01, 1e-3);
+    // The irises weigh as they do in the projector's light.
+    const Frame litGood = frameOf(700.0F, 30.0F, "20");
+    const Frame litPoor = frameOf(700.1F, 10.0F, "10");
+    const PointCloud lit = HDR::Detail::combineFrames({litGood, litPoor}).getPointCloud();
+    EXPECT_EQ(dark[0].red, lit[0].red);
 }
 
 TEST(Hdr, RefusesWhatCannotBeCombined) {
