@@ -42,6 +42,10 @@ void CameraImpl::connect() {
     const std::lock_guard operation(operation_);
     if (head_ && head_->isPresent())
         return;
+    {
+        const std::lock_guard lock(mutex_);
+        head_.reset(); // one that is gone: a driver may open a head only once
+    }
     auto head = std::make_unique<MeasuringHead>(driver_, serialNumber_);
     const std::lock_guard lock(mutex_);
     temperatures_ = head->temperatures();
@@ -159,6 +163,7 @@ CameraState CameraImpl::state() const noexcept {
         // A head that fails to answer a question cannot be reached, which is a state and not a failure.
         Log::warning(source, __LINE__, "Camera '%s' does not answer: %s", serialNumber_, error.what());
         state.connected = false;
+        state.live = false;
     }
     return state;
 }
