@@ -1,25 +1,12 @@
 #include "camera/cameradetectionthread.h"
 
-#include "vorta/api/application.h"
-#include "vorta/common/log.h"
-
-#include <exception>
+#include "camera/cameraselection.h"
 
 namespace Vorta {
 
 namespace {
 
 constexpr std::chrono::milliseconds searchInterval{500};
-
-// A driver that stumbles over one search must not end the search for good.
-bool anyCamera(Application& application) {
-    try {
-        return !application.cameras().empty();
-    } catch (const std::exception& e) {
-        Log::warning("VortaStudio/VortaCameraDetectionThread", __LINE__, "Searching for cameras failed: %s", e.what());
-        return false;
-    }
-}
 
 } // namespace
 
@@ -46,7 +33,7 @@ bool VortaCameraDetectionThread::stopsWithin(std::chrono::milliseconds time) {
 
 void VortaCameraDetectionThread::run() {
     for (std::chrono::milliseconds pause{0}; !stopsWithin(pause); pause = searchInterval) {
-        if (!anyCamera(application_))
+        if (CameraSelection::find(application_).empty())
             continue;
         if (!stopsWithin(std::chrono::milliseconds{0}))
             Q_EMIT cameraAvailable();

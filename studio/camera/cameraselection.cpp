@@ -1,8 +1,11 @@
 #include "camera/cameraselection.h"
 
 #include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
 
 #include <QFileInfo>
+
+#include <exception>
 
 namespace Vorta::CameraSelection {
 
@@ -20,6 +23,15 @@ QString findDriver(const QString& applicationFolder, const Settings& settings) {
 bool isBeforeRevision3(const Settings& settings) {
     using Revision = SettingsInternal::Global::ProductRevision;
     return settings.getSettingsInternal().get<Revision>().value() < Revision::Value::Rev3;
+}
+
+std::vector<Camera> find(Application& application) {
+    try {
+        return application.cameras();
+    } catch (const std::exception& e) {
+        Log::warning("VortaStudio/CameraSelection", __LINE__, "Searching for cameras failed: %s", e.what());
+        return {};
+    }
 }
 
 std::map<std::string, Camera> labelled(const std::vector<Camera>& cameras) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vorta/api/application.h"
 #include "vorta/api/camera.h"
 #include "vorta/common/settings.h"
 
@@ -18,6 +19,10 @@ namespace Vorta::CameraSelection {
 
 /// Whether the settings speak of a head that is older than revision 3 and so needs a calibration file.
 [[nodiscard]] bool isBeforeRevision3(const Settings& settings);
+
+/// The cameras that are found now. A driver that stumbles over a search is told in the log, and has found none: the
+/// search must not end for good.
+[[nodiscard]] std::vector<Camera> find(Application& application);
 
 /// The cameras by the label under which the user chooses, "model: serial number", in string order.
 [[nodiscard]] std::map<std::string, Camera> labelled(const std::vector<Camera>& cameras);

@@ -2,6 +2,7 @@
 #include "support/virtualhead.h"
 #include "vorta/api/application.h"
 #include "vorta/common/exceptions.h"
+#include "vorta/common/log.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,6 +28,16 @@ TEST(CameraSelection, TakesTheDriverBesideTheProgramFirst) {
     touch(folder.filePath(QStringLiteral("VortaCameraToshibaTeli.dll")));
     EXPECT_EQ(CameraSelection::findDriver(folder.path(), Settings{}),
               folder.filePath(QStringLiteral("VortaCameraToshibaTeli.dll")));
+}
+
+TEST(CameraSelection, AFailedSearchIsToldAndHasFoundNothing) {
+    Application application;
+    application.getImpl().setCameraDriver(VORTA_BIN_DIR "/VortaTestDriverSearch.dll", Settings{});
+    std::string told;
+    application.getImpl().setLogCallback([&](const Log::Event& event) { told = event.getMessage(); });
+    EXPECT_TRUE(CameraSelection::find(application).empty());
+    application.getImpl().setLogCallback({});
+    EXPECT_EQ(told, "Searching for cameras failed: the bus was reset");
 }
 
 TEST(CameraSelection, MissingDriverNamesTheSecondPlace) {

@@ -27,7 +27,7 @@ Heads readHeads(const Virtual::HeadFolder& folder) {
     for (const std::filesystem::path& file : folder.files)
         try {
             heads.usable.push_back(Virtual::loadHead(file));
-        } catch (const Exception& error) {
+        } catch (const std::exception& error) {
             heads.refusals.push_back("a head's file cannot be used; correct or remove it: " +
                                      std::string(error.what()));
         }

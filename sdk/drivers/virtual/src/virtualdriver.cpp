@@ -46,7 +46,7 @@ const std::optional<HeadDescription>& VirtualDriver::read(const std::filesystem:
     known = {.time = time, .size = size, .description = std::nullopt};
     try {
         known.description = loadHead(file);
-    } catch (const Exception& error) {
+    } catch (const std::exception& error) {
         Log::warning(source, __LINE__, "A virtual head is left out: %s", error.what());
     }
     return known.description;
