@@ -102,7 +102,13 @@ void DX11PointCloudWidget::setBackgroundColor(const QColor& color) {
 }
 
 bool DX11PointCloudWidget::render() {
-    return viewer_.render();
+    // After a context was lost the next frame makes another.
+    const bool drawn = viewer_.render() || (!viewer_.errorText().empty() && viewer_.render());
+    if (drawn)
+        delete notice_;
+    else if (hosting_ && !viewer_.errorText().empty())
+        showNotice();
+    return drawn;
 }
 
 bool DX11PointCloudWidget::resize(unsigned width, unsigned height) {

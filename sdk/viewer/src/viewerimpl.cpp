@@ -57,12 +57,15 @@ bool VortaViewer::Impl::attach(QWindow* window) {
         window_ = window;
         window_->installEventFilter(this);
     }
+    refused_ = false;
     return ensureRenderer();
 }
 
 bool VortaViewer::Impl::ensureRenderer() {
     if (renderer_)
         return true;
+    if (refused_)
+        return false;
     if (!window_) {
         errorText_ = "The 3D view has no window to draw into.";
         return false;
@@ -70,6 +73,7 @@ bool VortaViewer::Impl::ensureRenderer() {
     errorText_.clear();
     renderer_ = GlRenderer::create(*window_, errorText_);
     if (!renderer_) {
+        refused_ = true;
         Log::warning(logSource, __LINE__, "The 3D view cannot draw: %s", errorText_);
         return false;
     }

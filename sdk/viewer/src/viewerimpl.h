@@ -76,6 +76,8 @@ private:
 
     QPointer<QWindow> window_;
     std::unique_ptr<GlRenderer> renderer_;
+    /// Whether a renderer could not be had for the window: it is not tried again with each frame.
+    bool refused_ = false;
     /// Where OpenGL is computed by the processor: draws points faster.
     std::unique_ptr<SplatRenderer> splats_;
     ComputeDevice device_;

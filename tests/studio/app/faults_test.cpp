@@ -180,6 +180,10 @@ TEST_F(Faults, WithoutOpenGlEverythingButThe3dViewWorks) {
     startLive(studio);
     studio.command("trigger actionStop");
     grabAndSave(studio, QStringLiteral("a.vdf"));
+    const std::string log = shown(studio, "tableWidget");
+    const std::string report = "The 3D view cannot draw";
+    EXPECT_EQ(log.find(report), log.rfind(report)) << "once, not with every frame";
+    EXPECT_NE(log.find(report), std::string::npos);
     close(studio);
     EXPECT_EQ(studio.count("box"), 0);
     expectOpens(QStringLiteral("a.vdf"));
@@ -218,6 +222,12 @@ TEST_P(Ended, InTheMiddleOfALiveCaptureThatTakesForEver) {
 TEST_P(Ended, WhileABoxWaitsForAnAnswer) {
     heads_.unplug("T-0001");
     StudioProcess studio(home_.path());
+    ASSERT_FALSE(studio.waitForLine("box").isEmpty());
+    expectEnds(studio);
+}
+
+TEST_P(Ended, WhileTheFileOfTheCommandLineIsReportedMissing) {
+    StudioProcess studio(home_.path(), {home_.filePath(QStringLiteral("missing.vdf"))});
     ASSERT_FALSE(studio.waitForLine("box").isEmpty());
     expectEnds(studio);
 }
