@@ -39,6 +39,11 @@ TrackBallWidget::TrackBallWidget(QWidget* parent)
 TrackBallWidget::~TrackBallWidget() = default;
 
 void TrackBallWidget::mousePressEvent(QMouseEvent* event) {
+    // A box that opens amid a drag takes the release with it: what was pressed before the only button now is no more.
+    if (event->buttons() == event->button())
+        for (const auto action :
+             {VMouseAction::LeftReleased, VMouseAction::RightReleased, VMouseAction::MiddleReleased})
+            act(event->localPos(), action);
     act(event->localPos(), pressed(event->button()));
     // A second button changes nothing about what the first one does.
     if (event->buttons() == Qt::LeftButton)

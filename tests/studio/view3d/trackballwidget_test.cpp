@@ -83,6 +83,15 @@ TEST_F(TrackBallWidgetTest, LeftTurnsRightMovesMiddleZooms) {
     EXPECT_NEAR(ball.offset()[2], 150.0, 1e-6);
 }
 
+TEST_F(TrackBallWidgetTest, DragThatLostItsReleaseEndsWithTheNextPress) {
+    press(widget_, {320, 240}, Qt::LeftButton, Qt::LeftButton);
+    // A box took the release with it.
+    drag(widget_, Qt::RightButton, {320, 240}, {420, 140});
+    const auto& ball = *widget_.trackball();
+    EXPECT_EQ(ball.rotation()[0], 1.0);
+    EXPECT_NEAR(ball.offset()[0], 33.493649, 1e-5);
+}
+
 TEST_F(TrackBallWidgetTest, WheelZoomsByItsDelta) {
     turnWheel(widget_, {320, 240}, {0, 240});
     EXPECT_NEAR(widget_.trackball()->offset()[2], 300.0 * 0.88 * 0.88, 1e-6);
