@@ -5,11 +5,16 @@
 #include "mainwindow/mainwindow.h"
 #include "services/messagebox.h"
 #include "vorta/api/application.h"
+#include "vorta/common/exceptions.h"
 #include "vorta/viewer/vortaviewer.h"
 
 #include <QCommandLineParser>
+#include <QDir>
 #include <QLocale>
 #include <QMessageBox>
+#include <QTimer>
+
+#include <exception>
 
 namespace Vorta {
 
@@ -42,9 +47,23 @@ int runStudio(int& argc, char** argv) {
     const QString fileName = fileToOpen(QCoreApplication::arguments());
     MainWindow window(studio.controller());
     window.show();
+    // In the event loop, like every other opening: boxes are shown, and the program can be ended, while it goes on.
+    std::exception_ptr refusal;
+    const auto openFile = [&] {
+        try {
+            // The recent files are opened from other folders later.
+            window.openFile(QDir::cleanPath(QDir::current().absoluteFilePath(fileName)));
+        } catch (const ArgumentException&) {
+            refusal = std::current_exception(); // a file of another kind ends the start
+            QApplication::quit();
+        }
+    };
     if (!fileName.isEmpty())
-        window.openFile(fileName);
-    return QApplication::exec();
+        QTimer::singleShot(0, &window, openFile);
+    const int status = QApplication::exec();
+    if (refusal)
+        std::rethrow_exception(refusal);
+    return status;
 }
 
 void showAlreadyRunning(int& argc, char** argv) {

@@ -41,6 +41,16 @@ TEST_F(Startup, ConnectsAndEndsWithTheWindow) {
     EXPECT_EQ(studio.exitCode(), 0);
 }
 
+TEST_F(Startup, ExitKeepsTheLayoutAsClosingTheWindowDoes) {
+    StudioProcess studio(home_.path());
+    ASSERT_FALSE(studio.waitForLine("connected").isEmpty());
+    studio.command("trigger actionExit");
+    EXPECT_EQ(studio.exitCode(), 0);
+    QFile store(path("Vorta Labs/Vorta Studio.conf"));
+    ASSERT_TRUE(store.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(store.readAll().contains("Geometry="));
+}
+
 TEST_F(Startup, EndsWithTheWindowWhileItConnects) {
     StudioProcess studio(home_.path());
     ASSERT_FALSE(studio.waitForLine("window").isEmpty());
@@ -102,6 +112,23 @@ TEST_F(Startup, MissingFileIsReportedAndTheProgramGoesOn) {
     StudioProcess studio(home_.path(), {path("&lt;missing.vdf")});
     EXPECT_EQ(studio.waitForLine("box"),
               "box File Open Error|File does not exist: " + path("&lt;missing.vdf").toUtf8() + "|OK");
+    studio.command("accept");
+    EXPECT_EQ(studio.waitForLine("connected"), "connected");
+    studio.command("quit");
+    EXPECT_EQ(studio.exitCode(), 0);
+}
+
+TEST_F(Startup, FileIsNamedFromTheWorkingFolderOn) {
+    StudioProcess studio(home_.path(), {QStringLiteral("folder/../missing.vdf")});
+    EXPECT_EQ(studio.waitForLine("box"), "box File Open Error|File does not exist: " +
+                                             QDir::current().filePath(QStringLiteral("missing.vdf")).toUtf8() + "|OK");
+}
+
+TEST_F(Startup, DamagedFileIsReportedAndTheProgramGoesOn) {
+    StudioProcess studio(home_.path(), {fileWithText("damaged.vdf")});
+    const QByteArray box = studio.waitForLine("box");
+    EXPECT_TRUE(box.startsWith("box An exception occurred|")) << box.toStdString();
+    EXPECT_TRUE(box.contains(path("damaged.vdf").toUtf8())) << box.toStdString();
     studio.command("accept");
     EXPECT_EQ(studio.waitForLine("connected"), "connected");
     studio.command("quit");
