@@ -20,6 +20,7 @@
 #include <QFileInfo>
 #include <QInputDialog>
 
+#include <iterator>
 #include <utility>
 
 namespace Vorta {
@@ -48,6 +49,7 @@ VortaInterface::VortaInterface(Application& application, QObject* parent)
 VortaInterface::~VortaInterface() {
     detectionThread_.reset();
     awaitInitialization();
+    lastLiveFrameWaits_ = false; // nobody is there to see it
     if (status_.live)
         stopLive();
     frameGate_->close([this] { QCoreApplication::removePostedEvents(this, QEvent::MetaCall); });
@@ -69,7 +71,7 @@ void VortaInterface::connectCamera(const ComputeDevice& device) {
     ensureCalibrationFile();
     if (overtaken())
         return;
-    const std::vector<Camera> cameras = application_.cameras();
+    const std::vector<Camera> cameras = CameraSelection::find(application_);
     if (cameras.empty()) {
         Q_EMIT infoMessage(QStringLiteral("No camera connected"),
                            QStringLiteral("You need to connect a camera to do measurements."));
@@ -133,8 +135,9 @@ Camera VortaInterface::chooseCamera(const std::vector<Camera>& cameras) {
     bool confirmed = false;
     const QString chosen = QInputDialog::getItem(nullptr, QStringLiteral("Multiple Cameras Detected"),
                                                  QStringLiteral("Select camera:"), labels, 0, false, &confirmed);
+    // By its place: a label need not be the same after its way through the dialog.
     if (confirmed)
-        return byLabel.at(chosen.toStdString());
+        return std::next(byLabel.begin(), labels.indexOf(chosen))->second;
     Q_EMIT infoMessage(QStringLiteral("Camera selection"),
                        QStringLiteral("No camera was explictly selected - using the first available camera."));
     return cameras.front();
@@ -208,9 +211,7 @@ void VortaInterface::measureSingle(const FrameSpec& spec) {
     applyIris(spec.iris);
     applyExposure(spec);
     currentFrame_ = camera_.capture();
-    const DeviceCloud cloud = currentFrame_.deviceCloud();
-    publishRecord(cloud.copyToCPU());
-    Q_EMIT deviceCloudUpdated(cloud);
+    publishCurrentFrame();
     firstMeasurementDone_ = true;
 }
 
@@ -224,9 +225,7 @@ void VortaInterface::measureRaw(const FrameSpec& spec) {
         throw;
     }
     applyCalibration(true);
-    const DeviceCloud cloud = currentFrame_.deviceCloud();
-    publishRecord(cloud.copyToCPU());
-    Q_EMIT deviceCloudUpdated(cloud);
+    publishCurrentFrame();
 }
 
 /// Live and HDR are preceded by a single capture when there has been none: they rely on there being a record.
@@ -278,11 +277,14 @@ void VortaInterface::stopLive() {
     endFrames();
 }
 
-/// Brings the frame that may be on its way to its receivers now: later it would replace newer ones.
+/// Brings the frame that may be on its way to its receivers now: later it would replace newer ones. The last frame is
+/// the measurement then: views, masks and files all have the same.
 void VortaInterface::endFrames() {
     const auto deliver = [] { QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall); };
     frameGate_->close(deliver);
     deliver();
+    if (lastLiveFrameWaits_)
+        publishCurrentFrame();
 }
 
 void VortaInterface::applyExposure(const FrameSpec& spec) {
@@ -340,7 +342,14 @@ void VortaInterface::saveDataFile(const QString& path) const {
     currentFrame_.save(localPath(path));
 }
 
+void VortaInterface::publishCurrentFrame() {
+    const DeviceCloud cloud = currentFrame_.deviceCloud();
+    publishRecord(cloud.copyToCPU());
+    Q_EMIT deviceCloudUpdated(cloud);
+}
+
 void VortaInterface::publishRecord(const PointCloud& cloud) {
+    lastLiveFrameWaits_ = false;
     const SettingsInternal& internal = settings_.getSettingsInternal();
     record_ = buildRecord(
         cloud,
@@ -418,11 +427,9 @@ void VortaInterface::slotHandleCameraPollTimer() {
 
 void VortaInterface::slotHandleMeasurementUpdated(Frame frame) {
     currentFrame_ = std::move(frame);
-    if (status_.live)
-        return;
-    const DeviceCloud cloud = currentFrame_.deviceCloud();
-    publishRecord(cloud.copyToCPU());
-    Q_EMIT deviceCloudUpdated(cloud);
+    lastLiveFrameWaits_ = status_.live;
+    if (!status_.live)
+        publishCurrentFrame();
 }
 
 } // namespace Vorta

@@ -68,7 +68,9 @@ public:
     void saveDataFile(const QString& path) const;
 
     [[nodiscard]] const CameraStatus& status() const noexcept { return status_; }
-    [[nodiscard]] const Settings& settings() const noexcept { return settings_; }
+    /// Those that the camera has at present, the iris, exposure time and brightness of the last capture among them;
+    /// without a camera those that the next one will be given.
+    [[nodiscard]] Settings settings() const { return status_.connected ? camera_.settings() : settings_; }
     /// Those with which the present frame was captured.
     [[nodiscard]] Settings frameSettings() const { return currentFrame_.settings(); }
     /// The current record; null before the first measurement.
@@ -121,6 +123,7 @@ private:
 
     void handleFrame(const Frame& frame);
     void endFrames();
+    void publishCurrentFrame();
     void publishRecord(const PointCloud& cloud);
     void refreshStatus();
 
@@ -137,6 +140,7 @@ private:
     bool firstMeasurementDone_ = false;
     std::shared_ptr<CloudWithImagesAndMask> record_;
     Frame currentFrame_;
+    bool lastLiveFrameWaits_ = false; ///< the current frame came live, and has no record yet
     std::unique_ptr<VortaCameraDetectionThread> detectionThread_;
     QPointer<VortaCameraInitializerThread> initializerThread_;
     QTimer pollTimer_;

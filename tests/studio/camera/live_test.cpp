@@ -47,6 +47,16 @@ TEST_F(Live, FirstStartMakesOneSingleCapture) {
     EXPECT_EQ(records_->count(), records) << "only the first start captures by itself";
 }
 
+TEST_F(Live, ARawCaptureBeforeIsNoSingleOne) {
+    startConnected();
+    FrameSpec raw = spec();
+    raw.raw = true;
+    controller_->measure(raw);
+    ASSERT_EQ(records_->count(), 1);
+    controller_->measure(liveSpec());
+    EXPECT_EQ(records_->count(), 2);
+}
+
 TEST_F(Live, StartAfterAMeasurementCapturesNothing) {
     startConnected();
     controller_->measure(spec());
@@ -64,6 +74,35 @@ TEST_F(Live, FramesReachTheViewAndBecomeNoRecords) {
     EXPECT_EQ(controller_->record(), record);
     const auto cloud = lastCloud_.copyToCPU();
     EXPECT_NEAR(cloud(75, 121).z, 700.0F, 1.0F);
+}
+
+TEST_F(Live, LastFrameIsTheMeasurementAfterTheStop) {
+    startConnected();
+    startLive();
+    const auto before = controller_->record();
+    EXPECT_TRUE(delivers(2));
+    controller_->stopLive();
+    const auto record = controller_->record();
+    EXPECT_NE(record, before);
+    const auto shown = lastCloud_.copyToCPU();
+    controller_->saveDataFile(path("a.vdf"));
+    const PointCloud saved = Frame(path("a.vdf").toStdString(), ComputeDevice{}).getPointCloud();
+    ASSERT_EQ(saved.size(), shown.size());
+    for (std::size_t i = 0; i < saved.size(); i += 97)
+        if (saved[i].isValid()) {
+            EXPECT_EQ(record->pointCloud()[i].z, saved[i].z) << i;
+            EXPECT_EQ(shown[i].z, saved[i].z) << i;
+        }
+}
+
+TEST_F(Live, LastFrameIsTheMeasurementAlsoWhenTheHeadEndsIt) {
+    startConnected();
+    startLive();
+    const auto before = controller_->record();
+    ASSERT_TRUE(delivers(1));
+    heads_.unplug("T-1");
+    poll();
+    EXPECT_NE(controller_->record(), before);
 }
 
 TEST_F(Live, SingleCaptureMeanwhileIsRefused) {

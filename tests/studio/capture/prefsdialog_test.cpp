@@ -93,6 +93,21 @@ TEST_F(Preferences, OkAppliesAndCloses) {
     EXPECT_EQ(applied_, 2);
 }
 
+TEST_F(Preferences, LeaveTheLastCapturesIrisAndExposureToTheCamera) {
+    open({{"Iris", "31"}});
+    connectCamera();
+    controller().measure({.brightness = 0.5F, .exposureTime = std::chrono::microseconds{8'000}, .iris = 17});
+    dialog().close();
+    dialog().show();
+    apply();
+    EXPECT_EQ(cameraText("Iris"), "17") << "live acquisition goes on with it";
+    EXPECT_EQ(cameraText("ExposureTime"), "8000");
+    EXPECT_EQ(cameraText("Brightness"), "0.5");
+    Settings stored;
+    preferences_.loadCameraSettings(stored);
+    EXPECT_EQ(stored.getString("Iris"), "17") << "the last that was used";
+}
+
 TEST_F(Preferences, ClosingForgetsWhatWasNotApplied) {
     open();
     type(edit("minContrastEdit"), "3");

@@ -42,7 +42,7 @@ protected:
         QObject::connect(dialog_.get(), &PrefsDialog::preferencesApplied, &controller(),
                          [this](const Settings& settings) {
                              ++applied_;
-                             controller().setSettings(settings);
+                             controller().setSettingsQuietly(settings);
                          });
         dialog_->show();
         showAndActivate(*dialog_);
