@@ -153,6 +153,10 @@ void GcpsDialog::connectControls() {
         new QShortcut(QKeySequence::Delete, ui_->irisListView, nullptr, nullptr, Qt::WidgetShortcut);
     connect(deleteKey, &QShortcut::activated, ui_->irisDeleteButton, &QPushButton::click);
 
+    // They keep the releases of keys to themselves while an arrow key repeats.
+    for (QWidget* box : std::initializer_list<QWidget*>{ui_->irisSpinBox, ui_->exposureTimeSpinBox, ui_->minLEDBox})
+        box->installEventFilter(this);
+
     connect(&controller_, &Vorta::VortaInterface::statusChanged, this,
             &GcpsDialog::slotEnableMeasurementControlsFromState);
 }
@@ -323,6 +327,12 @@ void GcpsDialog::keyReleaseEvent(QKeyEvent* event) {
         setRaw(false);
     else
         QDialog::keyReleaseEvent(event);
+}
+
+bool GcpsDialog::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyRelease && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Control)
+        setRaw(false);
+    return QDialog::eventFilter(watched, event);
 }
 
 void GcpsDialog::changeEvent(QEvent* event) {

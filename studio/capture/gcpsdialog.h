@@ -66,6 +66,7 @@ public Q_SLOTS:
     void slotHandleIrisSpinBoxChanged(int value);
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;

@@ -311,6 +311,21 @@ TEST_F(Dialog, ControlTurnsGrabIntoGrabRaw) {
     }
 }
 
+TEST_F(Dialog, ControlEndsAlsoWhileAnArrowKeyRepeats) {
+    open();
+    for (const char* name : {"irisSpinBox", "exposureTimeSpinBox", "minLEDBox"}) {
+        auto& box = part<QWidget>(name);
+        box.setFocus();
+        QTest::keyPress(&box, Qt::Key_Control);
+        QKeyEvent up(QEvent::KeyPress, Qt::Key_Up, Qt::ControlModifier, QString(), true);
+        QCoreApplication::sendEvent(&box, &up);
+        EXPECT_EQ(part<QPushButton>("measureButton").text(), QStringLiteral("&Grab Raw")) << name;
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_Control, Qt::ControlModifier);
+        QCoreApplication::sendEvent(&box, &release);
+        EXPECT_EQ(part<QPushButton>("measureButton").text(), QStringLiteral("&Grab")) << name;
+    }
+}
+
 TEST_F(Dialog, ControlIsForgottenWithTheFocus) {
     open();
     QTest::keyPress(&iris(), Qt::Key_Control);
