@@ -253,8 +253,12 @@ void ImageViewer::createPlot() {
     plotDock_->setObjectName(QStringLiteral("crossSectionDock"));
     addDockWidget(Qt::BottomDockWidgetArea, plotDock_);
     plotDock_->hide();
-    // The dock can be closed by its own button too.
-    connect(plotDock_->toggleViewAction(), &QAction::toggled, ui_->actionToggle_cross_section, &QAction::setChecked);
+    // The dock can be closed by its own button too. It tells also that it went out of sight with the window around it:
+    // that is not for the action.
+    connect(plotDock_->toggleViewAction(), &QAction::toggled, this, [this](bool shown) {
+        if (shown || plotDock_->isHidden())
+            ui_->actionToggle_cross_section->setChecked(shown);
+    });
 }
 
 CrossSectionPlot& ImageViewer::plot() {
@@ -353,7 +357,7 @@ void ImageViewer::updateActions() {
 
 void ImageViewer::saveImage(const std::string& filename) {
     const bool written = displayedImage_.isNull() ? writeImageFile(filename, matrix_)
-                                                  : displayedImage_.save(QString::fromStdString(filename));
+                                                  : displayedImage_.save(QString::fromLocal8Bit(filename.c_str()));
     if (!written)
         Vorta::Log::warning("VortaStudio/ImageViewer", __LINE__, "The image could not be written to '%s'", filename);
 }
@@ -392,5 +396,5 @@ void ImageViewer::on_actionSave_image_triggered() {
         dialog.setDefaultSuffix(filter.contains(QLatin1String("bmp")) ? QStringLiteral("bmp") : QStringLiteral("png"));
     });
     if (dialog.exec() == QDialog::Accepted)
-        saveImage(dialog.selectedFiles().constFirst().toStdString());
+        saveImage(dialog.selectedFiles().constFirst().toLocal8Bit().toStdString());
 }

@@ -70,7 +70,8 @@ public Q_SLOTS:
     void setDepthImage(const cv::Mat_<float>& depths, float zMin, float zMax);
     /// Sets the range of colours and controls; pixels keep their colours.
     void updateDepthRange(float zMin, float zMax);
-    /// Writes the image as shown (depths) or as measured (others); the file's ending decides on the format.
+    /// Writes the image as shown (depths) or as measured (others); the file's ending decides on the format. The name is
+    /// in the local 8-bit encoding.
     void saveImage(const std::string& filename);
     /// Codes why a pixel is hidden, 0 = shown; empty = no mask.
     void setMask(const cv::Mat& mask);

@@ -224,7 +224,7 @@ TEST_F(DepthViewer, SavesTheColoursAsShown) {
     viewer_.setDepthImage(depths(), 600.0F, 700.0F);
     viewer_.setDepthImage(depths(), 600.0F, 700.0F);
     const QString file = folder.filePath(QString::fromUtf8("Tiefe ä.png"));
-    viewer_.saveImage(file.toStdString());
+    viewer_.saveImage(file.toLocal8Bit().toStdString());
     const QImage saved(file);
     ASSERT_EQ(saved.size(), QSize(4, 1));
     EXPECT_EQ(saved.pixel(0, 0), blue);

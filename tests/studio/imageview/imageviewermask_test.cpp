@@ -316,6 +316,17 @@ TEST_F(MaskViewer, CrossSectionDockFollowsItsActionAndItsOwnButton) {
     EXPECT_FALSE(dock.isVisible());
 }
 
+TEST_F(MaskViewer, CrossSectionComesBackWithTheWindowAroundIt) {
+    auto& dock = part<QDockWidget>("crossSectionDock");
+    action("actionToggle_cross_section").trigger();
+    viewer_.hide();
+    EXPECT_FALSE(dock.isVisible());
+    EXPECT_TRUE(action("actionToggle_cross_section").isChecked());
+    viewer_.show();
+    EXPECT_TRUE(dock.isVisible());
+    EXPECT_TRUE(action("actionToggle_cross_section").isChecked());
+}
+
 TEST(EmptyViewer, HasNothingToSelect) {
     ImageViewer viewer;
     for (const char* name : {"actionSelect_Rectangle", "actionCross_section", "actionSelect_Polygon",
