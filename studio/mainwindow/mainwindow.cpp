@@ -5,6 +5,7 @@
 #include "capture/gcpsdialog.h"
 #include "capture/prefsdialog.h"
 #include "imageview/imageviewer.h"
+#include "mainwindow/modifiershortcut.h"
 #include "services/aboutdialog.h"
 #include "services/appsettings.h"
 #include "services/loghandler.h"
@@ -175,7 +176,8 @@ void MainWindow::createMenus() {
             if (description.menu == id)
                 menu->addAction(&action(description.id));
 
-    // Qt has no name for a modifier that is pressed by itself, so the menu is told what to show for these keys.
+    // Qt has neither shortcuts that begin with a modifier by itself nor a name for it that the menu could show.
+    new ModifierShortcut(action(Actions::Id::Exit), *this);
     action(Actions::Id::Exit).setText(action(Actions::Id::Exit).text() + QStringLiteral("\tAlt, F4"));
     recentFiles_ = new VortaQt::RecentFilesMenu(this, VortaQt::AppSettings::instance().recentFiles());
     menus[0].second->insertMenu(&action(Actions::Id::Exit), recentFiles_);
@@ -184,6 +186,9 @@ void MainWindow::createMenus() {
         // A data file's mask takes effect after its record was published.
         pointCloudView_->loadPoints(controller_.record()->maskedPointCloud(), true);
         pointCloudView_->render();
+        // While live acquisition runs nothing else brings it to the images, whose masks go to its record.
+        if (controller_.status().live)
+            showRecord(controller_.record());
         recentFiles_->addFile(fileName);
     });
 }
@@ -245,11 +250,8 @@ void MainWindow::restoreGeometryAndState() {
         settings.remove(QLatin1String(geometryKey));
         settings.remove(QLatin1String(stateKey));
     }
-    // Both calls, in this order: a window that was full screen once maximises reliably.
-    showFullScreen();
-    showMaximized();
-    // Wide enough for the images' tools, which appear with the first capture.
-    resizeDocks({cameraDock_, depthDock_}, {imageWidth, imageWidth}, Qt::Horizontal);
+    fillScreen();
+    widenImages();
     defaultGeometry_ = saveGeometry();
     defaultState_ = saveState(stateVersion);
 }
@@ -257,8 +259,20 @@ void MainWindow::restoreGeometryAndState() {
 void MainWindow::resetLayout() {
     restoreGeometry(defaultGeometry_);
     restoreState(defaultState_, stateVersion);
+    fillScreen();
+    // The default of a start with a stored layout was small; what fills the screen takes the system a moment.
+    QTimer::singleShot(initialShowDelayMs, this, &MainWindow::widenImages);
+}
+
+void MainWindow::fillScreen() {
+    // Both calls, in this order: a window that was full screen once maximises reliably.
     showFullScreen();
     showMaximized();
+}
+
+/// Enough for the images' tools, which appear with the first capture.
+void MainWindow::widenImages() {
+    resizeDocks({cameraDock_, depthDock_}, {imageWidth, imageWidth}, Qt::Horizontal);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
@@ -368,12 +382,16 @@ void MainWindow::slotHandlePointCloudDataUpdate(const std::shared_ptr<Vorta::Clo
     if (!controller_.status().live) {
         pointCloudView_->loadPoints(record->maskedPointCloud(), std::exchange(firstCloud_, false));
         pointCloudView_->render();
-        refreshImages(*record);
-        if (shownRecord_.lock() != record)
-            settings_->setFrameSettings(controller_.frameSettings());
-        shownRecord_ = record;
+        showRecord(record);
     }
     action(Actions::Id::Save).setEnabled(true);
+}
+
+void MainWindow::showRecord(const std::shared_ptr<Vorta::CloudWithImagesAndMask>& record) {
+    refreshImages(*record);
+    if (shownRecord_.lock() != record)
+        settings_->setFrameSettings(controller_.frameSettings());
+    shownRecord_ = record;
 }
 
 void MainWindow::slotDeviceCloudUpdated(const Vorta::DeviceCloud& cloud) {

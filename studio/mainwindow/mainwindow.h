@@ -91,6 +91,10 @@ private:
     void createToolBar();
     void connectController();
     void resetLayout();
+    void fillScreen();
+    void widenImages();
+    /// In the image views and among the settings.
+    void showRecord(const std::shared_ptr<Vorta::CloudWithImagesAndMask>& record);
     void refreshImages(const Vorta::CloudWithImagesAndMask& record);
     [[nodiscard]] QAction& action(Actions::Id id) const { return *actions_[static_cast<std::size_t>(id)]; }
 

@@ -9,6 +9,7 @@
 #include <QMetaMethod>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTreeView>
 
@@ -141,6 +142,43 @@ TEST_F(WindowDialogs, SettingsDockIsHiddenUntilAskedForAndShowsBothSettings) {
     EXPECT_EQ(filled(), 1) << "the camera's";
     grab();
     EXPECT_EQ(filled(), 2) << "and the frame's";
+}
+
+TEST_F(WindowDialogs, SettingsDockFollowsCapturesAndSettingsFiles) {
+    show();
+    action("actionSettings").trigger();
+    auto& widget = Vorta::Testing::find<QWidget>(window_, QStringLiteral("SettingsWidget"));
+    const auto shown = [&](const char* view, const char* name) {
+        const QAbstractItemModel& model = *Vorta::Testing::find<QTreeView>(widget, QLatin1String(view)).model();
+        const QModelIndexList rows = model.match(model.index(0, 0), Qt::DisplayRole, QLatin1String(name));
+        return rows.isEmpty() ? std::string() : rows.front().siblingAtColumn(1).data().toString().toStdString();
+    };
+    auto& tabs = Vorta::Testing::find<QTabWidget>(widget, QStringLiteral("tabWidget"));
+    auto& apply = Vorta::Testing::find<QPushButton>(widget, QStringLiteral("applyButton"));
+
+    FrameSpec request = spec();
+    for (const char* exposure : {"8000", "9000"}) {
+        request.exposureTime = std::chrono::microseconds{std::stoi(exposure)};
+        controller_.measure(request);
+        EXPECT_EQ(shown("treeViewMeasurement", "ExposureTime"), exposure);
+        EXPECT_EQ(tabs.currentIndex(), 1);
+        EXPECT_FALSE(apply.isEnabled());
+    }
+    tabs.setCurrentIndex(0);
+    cv::Mat_<uchar> mask(150, 243, uchar{5});
+    controller_.slotHandleMaskUpdate(mask);
+    EXPECT_EQ(tabs.currentIndex(), 0) << "a mask is no new frame";
+
+    Settings file;
+    file.set("RedBalance", "1.5");
+    file.save(path("a.yml").toStdString());
+    controller_.loadSettingsFile(path("a.yml"));
+    EXPECT_EQ(shown("treeViewCamera", "RedBalance"), "1.5");
+    EXPECT_EQ(tabs.currentIndex(), 0);
+
+    Q_EMIT apply.clicked();
+    EXPECT_EQ(cameraSetting("ExposureTime"), "9000") << "the frame's settings went to the camera";
+    EXPECT_EQ(cameraSetting("RedBalance"), "1");
 }
 
 TEST_F(WindowDialogs, AboutNamesTheProgramAndItsFiles) {

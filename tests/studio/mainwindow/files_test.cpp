@@ -1,5 +1,6 @@
 #include "studio/mainwindow/windowfixture.h"
 
+#include "imageview/imageviewer.h"
 #include "services/recentfilesmenu.h"
 #include "vorta/common/exceptions.h"
 
@@ -81,6 +82,43 @@ TEST_F(Window, MaskedPointsAreNotExported) {
     });
     EXPECT_GT(valid, 0) << "the last row is not masked";
     EXPECT_LE(valid, 243);
+}
+
+TEST_F(Window, UnorderedPlyLeavesOutWhatIsHidden) {
+    show();
+    grab();
+    cv::Mat_<uchar> mask(150, 243, uchar{0});
+    mask(cv::Rect(0, 0, 243, 149)).setTo(5);
+    controller_.slotHandleMaskUpdate(mask);
+    ModalDriver boxes;
+    boxes.then(saveAs(path("a.ply"), QStringLiteral("Unordered")));
+    window_.slotFileSave();
+    QFile file(path("a.ply"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray content = file.readAll();
+    EXPECT_TRUE(content.startsWith("ply\n"));
+    EXPECT_GT(content.size(), 243 * 15 / 2) << "the last row is not masked";
+    EXPECT_LT(content.size(), 243 * 15 + 300) << "one row and the header";
+}
+
+TEST_F(Window, FileOpenedWhileLiveIsShownInTheImages) {
+    show();
+    FrameSpec dark = spec();
+    dark.exposureTime = std::chrono::microseconds{2'000};
+    controller_.measure(dark);
+    controller_.saveDataFile(path("dark.vdf"));
+    grab();
+    auto& cameraImage = Vorta::Testing::find<ImageViewer>(window_, QStringLiteral("CameraImageWidget"));
+    action("actionLive").trigger();
+    window_.openFile(path("dark.vdf"));
+    // Masks that are drawn on the picture go to the record of the file.
+    cameraImage.saveImage(path("shown.png").toStdString());
+    const cv::Mat file = controller_.record()->colorImage();
+    const QImage shown(path("shown.png"));
+    ASSERT_EQ(shown.size(), QSize(243, 150));
+    const auto pixel = file.at<cv::Vec3b>(75, 121);
+    EXPECT_EQ(shown.pixelColor(121, 75), QColor(pixel[2], pixel[1], pixel[0]));
+    action("actionStop").trigger();
 }
 
 TEST_F(Window, OpenedFileShowsWhatSavingWrites) {

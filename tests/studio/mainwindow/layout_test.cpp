@@ -83,6 +83,20 @@ TEST_F(Layout, ClosingKeepsItForTheNextStart) {
     EXPECT_FALSE(Vorta::Testing::find<QDockWidget>(next, QStringLiteral("logDockWidget_")).isVisible());
 }
 
+TEST_F(Layout, ResetIsTheSameAtLaterStarts) {
+    show();
+    const int first = dock("camDockWidget").width();
+    window_.resizeDocks({&dock("camDockWidget")}, {first - 150}, Qt::Horizontal);
+    ASSERT_TRUE(waitFor([&] { return dock("camDockWidget").width() < first; }));
+    window_.close();
+    MainWindow next(controller_);
+    next.show();
+    auto& camera = Vorta::Testing::find<QDockWidget>(next, QStringLiteral("camDockWidget"));
+    ASSERT_TRUE(waitFor([&] { return next.isVisible() && camera.width() < first; }));
+    Vorta::Testing::find<QAction>(next, QStringLiteral("actionResetLayout")).trigger();
+    EXPECT_TRUE(waitFor([&] { return next.isMaximized() && camera.width() == first; })) << camera.width();
+}
+
 TEST_F(Layout, HalfOfOneIsNotRestored) {
     show();
     makeSmall();

@@ -266,6 +266,22 @@ TEST_F(Window, StatusBarTellsWhatTheControllerSays) {
     EXPECT_EQ(window_.statusBar()->currentMessage(), QStringLiteral("Warming up"));
 }
 
+TEST_F(Window, AltAndThenF4IsExit) {
+    show();
+    int exits = 0;
+    QObject::connect(&action("actionExit"), &QAction::triggered, [&exits] { ++exits; });
+    QTest::keyClick(&window_, Qt::Key_F4);
+    QTest::keyClick(&window_, Qt::Key_Alt);
+    QTest::keyClick(&window_, Qt::Key_F5);
+    QTest::keyClick(&window_, Qt::Key_F4);
+    QTest::keyClick(&window_, Qt::Key_Alt, Qt::ControlModifier);
+    QTest::keyClick(&window_, Qt::Key_F4);
+    EXPECT_EQ(exits, 0);
+    QTest::keyClick(&window_, Qt::Key_Alt);
+    QTest::keyClick(&window_, Qt::Key_F4);
+    EXPECT_EQ(exits, 1);
+}
+
 TEST_F(Window, ExitEndsTheProgram) {
     constexpr int tooLate = 99;
     QTimer::singleShot(0, &action("actionExit"), &QAction::trigger);
