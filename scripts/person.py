@@ -90,9 +90,13 @@ class Studio:
         return str(path)
 
     def close(self):
-        """Closes the window as a person does."""
-        xdotool("key", "alt+F4")
-        status = self.process.wait(PATIENCE)
+        """Closes the window as a person does, who presses the keys again when a busy window manager has missed them."""
+        end = time.monotonic() + PATIENCE
+        status = None
+        while status is None and time.monotonic() < end:
+            xdotool("key", "alt+F4")
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                status = self.process.wait(10)
         check(status == 0, f"the studio ended with exit status {status}")
 
 
