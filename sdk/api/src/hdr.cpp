@@ -34,6 +34,7 @@ Frame combineFrames(const std::vector<std::reference_wrapper<const Frame>>& fram
             throw ArgumentInvalidException("A frame is empty.", "frames", std::to_string(i));
     const bool projectorIsLit = std::ranges::all_of(frames, isProjectorLit);
     std::vector<Reconstruction::HdrChild> children;
+    children.reserve(frames.size());
     for (const Frame& frame : frames)
         children.push_back(
             {.cloud = frame.getPointCloud(), .exposure = relativeExposure(frame.settings(), projectorIsLit)});

@@ -116,7 +116,7 @@ TEST_F(Window, FileOpenedWhileLiveIsShownInTheImages) {
     const cv::Mat file = controller_.record()->colorImage();
     const QImage shown(path("shown.png"));
     ASSERT_EQ(shown.size(), QSize(243, 150));
-    const auto pixel = file.at<cv::Vec3b>(75, 121);
+    const auto& pixel = file.at<cv::Vec3b>(75, 121);
     EXPECT_EQ(shown.pixelColor(121, 75), QColor(pixel[2], pixel[1], pixel[0]));
     action("actionStop").trigger();
 }
