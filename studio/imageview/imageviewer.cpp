@@ -254,10 +254,11 @@ void ImageViewer::createPlot() {
     addDockWidget(Qt::BottomDockWidgetArea, plotDock_);
     plotDock_->hide();
     // The dock can be closed by its own button too. It tells also that it went out of sight with the window around it:
-    // that is not for the action.
-    connect(plotDock_->toggleViewAction(), &QAction::toggled, this, [this](bool shown) {
-        if (shown || plotDock_->isHidden())
-            ui_->actionToggle_cross_section->setChecked(shown);
+    // that is not for the action. It does so even when this viewer is about to be gone.
+    QAction* const toggle = ui_->actionToggle_cross_section;
+    connect(plotDock_->toggleViewAction(), &QAction::toggled, toggle, [toggle, dock = plotDock_](bool shown) {
+        if (shown || dock->isHidden())
+            toggle->setChecked(shown);
     });
 }
 
