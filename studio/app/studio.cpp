@@ -67,11 +67,9 @@ Studio::Studio(Application& application, int& argc, char** argv) : QApplication(
         if (status.connected && !std::exchange(hasConnected_, true))
             std::atexit(endAmidEverything);
     });
-    // However the program ends, each window keeps what it keeps when it is closed by hand.
-    connect(this, &QCoreApplication::aboutToQuit, this, &QApplication::closeAllWindows);
     VortaQt::Platform::onRequestToEnd(*this, [] {
-        closeAllWindows();
-        quit(); // also when a question stays open
+        closeAllWindows(); // each keeps what it keeps when it is closed by hand
+        quit();            // also when a question stays open
     });
 }
 

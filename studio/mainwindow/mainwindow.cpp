@@ -84,6 +84,11 @@ MainWindow::MainWindow(Vorta::VortaInterface& controller, QWidget* parent, Qt::W
     defaultState_ = saveState(stateVersion);
     restoreGeometryAndState();
     pointCloudView_->show();
+    // The program may also be ended without the window being closed.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        if (isVisible())
+            keepLayoutAndFiles();
+    });
 }
 
 MainWindow::~MainWindow() = default;
@@ -275,11 +280,15 @@ void MainWindow::widenImages() {
     resizeDocks({cameraDock_, depthDock_}, {imageWidth, imageWidth}, Qt::Horizontal);
 }
 
-void MainWindow::closeEvent(QCloseEvent* event) {
+void MainWindow::keepLayoutAndFiles() const {
     auto& settings = VortaQt::AppSettings::instance();
     settings.setByteArray(geometryKey, saveGeometry());
     settings.setByteArray(stateKey, saveState(stateVersion));
     settings.setRecentFiles(recentFiles_->files());
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    keepLayoutAndFiles();
     QMainWindow::closeEvent(event);
 }
 

@@ -90,6 +90,7 @@ private:
     void createMenus();
     void createToolBar();
     void connectController();
+    void keepLayoutAndFiles() const;
     void resetLayout();
     void fillScreen();
     void widenImages();
