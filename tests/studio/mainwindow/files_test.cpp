@@ -65,18 +65,27 @@ INSTANTIATE_TEST_SUITE_P(
                     SaveCase{"b.PLY", "Data File (*.vdf)", "ply\n", 243 * 150 * 15 + 205},
                     SaveCase{"c.ply", "Unordered", "ply\n", -1}, SaveCase{"a.pcd", "Point Cloud", "# .PCD v0.7", -1}));
 
-TEST_F(Window, MaskedPointsAreNotExported) {
+/// A measurement of which all rows but the last are hidden.
+class MaskedMeasurement : public Window {
+protected:
+    /// Saves it under the filter that contains `filter` and gives what the file holds.
+    QByteArray save(const char* name, const char* filter) {
+        cv::Mat_<uchar> mask(150, 243, uchar{0});
+        mask(cv::Rect(0, 0, 243, 149)).setTo(5);
+        grab();
+        controller_.slotHandleMaskUpdate(mask);
+        ModalDriver boxes;
+        boxes.then(saveAs(path(name), QString::fromLatin1(filter)));
+        window_.slotFileSave();
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+};
+
+TEST_F(MaskedMeasurement, IsNotExported) {
     show();
-    grab();
-    cv::Mat_<uchar> mask(150, 243, uchar{0});
-    mask(cv::Rect(0, 0, 243, 149)).setTo(5);
-    controller_.slotHandleMaskUpdate(mask);
-    ModalDriver boxes;
-    boxes.then(saveAs(path("a.xyz"), QStringLiteral("ASCII")));
-    window_.slotFileSave();
-    QFile file(path("a.xyz"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> lines = save("a.xyz", "ASCII").split('\n');
     const auto valid = std::count_if(lines.begin(), lines.end(), [](const QByteArray& line) {
         return !line.isEmpty() && !line.toLower().contains("nan");
     });
@@ -84,18 +93,9 @@ TEST_F(Window, MaskedPointsAreNotExported) {
     EXPECT_LE(valid, 243);
 }
 
-TEST_F(Window, UnorderedPlyLeavesOutWhatIsHidden) {
+TEST_F(MaskedMeasurement, IsLeftOutOfAnUnorderedPly) {
     show();
-    grab();
-    cv::Mat_<uchar> mask(150, 243, uchar{0});
-    mask(cv::Rect(0, 0, 243, 149)).setTo(5);
-    controller_.slotHandleMaskUpdate(mask);
-    ModalDriver boxes;
-    boxes.then(saveAs(path("a.ply"), QStringLiteral("Unordered")));
-    window_.slotFileSave();
-    QFile file(path("a.ply"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray content = file.readAll();
+    const QByteArray content = save("a.ply", "Unordered");
     EXPECT_TRUE(content.startsWith("ply\n"));
     EXPECT_GT(content.size(), 243 * 15 / 2) << "the last row is not masked";
     EXPECT_LT(content.size(), 243 * 15 + 300) << "one row and the header";
