@@ -11,7 +11,7 @@ class ModifierShortcut : public QObject {
     Q_OBJECT
 
 public:
-    /// `action` outlives `window`, which owns this.
+    /// `window` owns this, and `action`.
     ModifierShortcut(QAction& action, QWidget& window);
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -24,6 +24,7 @@ Frame frameOf(float z, float contrast, const std::string& iris, const std::strin
     Settings settings;
     settings.set("Iris", iris);
     settings.set("Brightness", brightness);
+    settings.set("Lens/MaxIris", "40");
     FrameInfo info;
     info.head.serialNumber = "T-" + iris;
     return Frame(std::make_shared<FrameImpl>(cloud, settings, info, ComputeDevice{}));
@@ -61,6 +62,16 @@ TEST(Hdr, CombinesCapturesInTheRoomsLightAlone) {
     const Frame litPoor = frameOf(700.1F, 10.0F, "10");
     const PointCloud lit = HDR::Detail::combineFrames({litGood, litPoor}).getPointCloud();
     EXPECT_EQ(dark[0].red, lit[0].red);
+}
+
+TEST(Hdr, WeighsTheIrisThatTheLensCanOpen) {
+    const auto redOf = [](const std::string& wideIris) {
+        const Frame narrow = frameOf(700.0F, 30.0F, "40");
+        const Frame wide = frameOf(700.0F, 30.0F, wideIris);
+        return HDR::Detail::combineFrames({narrow, wide}).getPointCloud()[0].red;
+    };
+    EXPECT_EQ(redOf("60"), redOf("40"));
+    EXPECT_NE(redOf("20"), redOf("40"));
 }
 
 TEST(Hdr, RefusesWhatCannotBeCombined) {

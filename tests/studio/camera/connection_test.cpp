@@ -222,6 +222,22 @@ TEST_F(Connection, HeadsAreOfferedInTheOrderOfTheirLabels) {
     EXPECT_EQ(boxes.seen().at(0).text, QStringLiteral("Select camera:"));
 }
 
+TEST_F(Connection, HeadWhoseNameIsNoTextCanBeChosen) {
+    heads_.plug({.serialNumber = "T-2",
+                 .model = "Pr\xfc"
+                          "fstand"}); // Latin-1
+    ModalDriver boxes;
+    boxes.then([](QWidget& box) {
+        auto& choice = *box.findChild<QComboBox*>();
+        choice.setCurrentIndex(choice.findText(QStringLiteral("T-2"), Qt::MatchEndsWith));
+        dynamic_cast<QDialog&>(box).accept();
+    });
+    LoggedTexts log(application_);
+    start();
+    ASSERT_TRUE(becomesConnected());
+    EXPECT_EQ(log.count("Connected to camera 'T-2'"), 1);
+}
+
 TEST_F(Connection, ChosenHeadMayGoWhileTheChoiceIsOpen) {
     heads_.plug({.serialNumber = "T-2"});
     ModalDriver boxes;
